@@ -1,0 +1,12 @@
+# Every target of the project is compiled with these; a warning is an error.
+add_compile_options(
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wnull-dereference -Wcast-qual
+  -Wformat=2 -Wmissing-declarations -Wimplicit-fallthrough -Werror)
+add_link_options(-Wl,-z,defs)
+
+# With -fsanitize the sanitizer's runtime is resolved when the program is loaded, so modules cannot be closed at link.
+if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+  get_property(options DIRECTORY PROPERTY LINK_OPTIONS)
+  list(REMOVE_ITEM options "-Wl,-z,defs")
+  set_property(DIRECTORY PROPERTY LINK_OPTIONS "${options}")
+endif()

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+namespace host {
+
+/// Descriptors and timers of the one thread, served by the SNMP engine's own loop (its external descriptors and
+/// alarms), so that sources run alike in a daemon of our own and in one that belongs to somebody else.
+///
+/// Callbacks run one at a time. What a registration returns keeps it alive: destroying it ends the registration, also
+/// from inside its own callback. Callbacks must not throw.
+class EventLoop {
+ public:
+  using Callback = std::function<void()>;
+
+  class Registration {
+   public:
+    virtual ~Registration() = default;
+  };
+  using Handle = std::unique_ptr<Registration>;
+
+  /// Calls back whenever the descriptor is readable.
+  [[nodiscard]] Handle readable(int fd, Callback callback);
+  /// Calls back once. Delays below a millisecond are rounded up to one.
+  [[nodiscard]] Handle after(std::chrono::milliseconds delay, Callback callback);
+  /// Calls back on each period.
+  [[nodiscard]] Handle every(std::chrono::milliseconds period, Callback callback);
+
+  /// Serves descriptors, timers and SNMP requests until stop() was called.
+  void run();
+  void stop() noexcept { stopped_ = true; }
+
+ private:
+  bool stopped_ = false;
+};
+
+}  // namespace host

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <unordered_map>
+
+namespace Zarn {
+
+/// The seed of every hash map of this process, drawn at random when first asked for: keys come from the network,
+/// and nobody out there shall be able to make them collide.
+std::uint64_t hashSeed() noexcept;
+
+/// The framework's hash of a single attribute.
+std::uint64_t singleAttributeHash(std::uint64_t value, std::uint64_t seed) noexcept;
+
+/// A hash map over the per-process seed. Node names the key and value types and the hash:
+///
+///     struct HN_IfIndexByIntfId {
+///       using Key = Pelor::IntfId;
+///       using Value = std::uint32_t;
+///       static std::uint64_t hash(const Key&, std::uint64_t seed);
+///     };
+template <class Node>
+class HashMap2018 {
+  struct Hash {
+    std::size_t operator()(const typename Node::Key& key) const noexcept { return Node::hash(key, hashSeed()); }
+  };
+  using Map = std::unordered_map<typename Node::Key, typename Node::Value, Hash>;
+
+ public:
+  using Key = typename Node::Key;
+  using Value = typename Node::Value;
+
+  bool empty() const noexcept { return map_.empty(); }
+  std::size_t size() const noexcept { return map_.size(); }
+  /// In no particular order; elements are pairs of key and value.
+  auto begin() const noexcept { return map_.begin(); }
+  auto end() const noexcept { return map_.end(); }
+
+  /// The value, or null where the key is absent. Valid until the key is removed.
+  const Value* find(const Key& key) const noexcept {
+    const auto it = map_.find(key);
+    return it == map_.end() ? nullptr : &it->second;
+  }
+
+  void insertOrAssign(const Key& key, Value value) { map_.insert_or_assign(key, std::move(value)); }
+  /// Whether the key was there.
+  bool remove(const Key& key) noexcept { return map_.erase(key) != 0; }
+  void clear() noexcept { map_.clear(); }
+
+ private:
+  Map map_;
+};
+
+}  // namespace Zarn
