@@ -6,11 +6,11 @@
 
 namespace host {
 
-/// Descriptors and timers of the one thread, served by the SNMP engine's own loop (its external descriptors and
-/// alarms), so that sources run alike in a daemon of our own and in one that belongs to somebody else.
+/// Descriptors and timers of the one thread, served by the SNMP engine's own loop (its external descriptors
+/// and alarms), so that sources run alike in a daemon of our own and in one that belongs to somebody else.
 ///
-/// Callbacks run one at a time. What a registration returns keeps it alive: destroying it ends the registration, also
-/// from inside its own callback. Callbacks must not throw.
+/// Callbacks run one at a time. What a registration returns keeps it alive: destroying it ends the
+/// registration, also from inside its own callback. Callbacks must not throw.
 class EventLoop {
  public:
   using Callback = std::function<void()>;

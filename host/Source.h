@@ -13,7 +13,8 @@ class StatusRefused : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Takes each new snapshot. Throws StatusRefused where the snapshot contradicts itself; nothing has changed then.
+/// Takes each new snapshot. Throws StatusRefused where the snapshot contradicts itself; nothing has changed
+/// then.
 using SnapshotSink = std::function<void(const StatusSnapshot&)>;
 
 /// Where the PTP status comes from. A source runs on the event loop it was given, from start() until it is

@@ -27,8 +27,8 @@ struct MibDataSnapshot {
   friend bool operator==(const MibDataSnapshot&, const MibDataSnapshot&) = default;
 };
 
-/// The whole PTP status at one moment, as plain values: what every source produces and the writer applies. A data set
-/// that the PTP service does not hold is absent; without a default data set there is no service.
+/// The whole PTP status at one moment, as plain values: what every source produces and the writer applies. A
+/// data set that the PTP service does not hold is absent; without a default data set there is no service.
 struct StatusSnapshot {
   std::optional<Ptp::DefaultDSValues> defaultDS;
   std::optional<Ptp::CurrentDSValues> currentDS;

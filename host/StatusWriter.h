@@ -10,20 +10,22 @@
 
 namespace host {
 
-/// The only code that changes the live status. It applies the difference between the status and a snapshot, in an
-/// order that those who listen to the status can follow:
+/// The only code that changes the live status. It applies the difference between the status and a snapshot,
+/// in an order that those who listen to the status can follow:
 ///
 ///   - objects that stay are updated in place, since rows hold them;
 ///   - a port's counters record is there before its data set is published, since a row looks for it once;
-///   - removals come before additions, and a port whose number changed is removed and added anew, since one row key
+///   - removals come before additions, and a port whose number changed is removed and added anew, since one
+///   row key
 ///     cannot name two ports;
-///   - a service that is gone shows clock mode 0 first, which empties the tables, and only then loses its data sets.
+///   - a service that is gone shows clock mode 0 first, which empties the tables, and only then loses its
+///   data sets.
 class StatusWriter {
  public:
   StatusWriter(Kestor::Ptr<Ptp::Status> status, Kestor::Ptr<IntfSnmp::IfMib> ifMib);
 
-  /// Afterwards the status equals the snapshot. Throws StatusRefused, having changed nothing, where two ports carry
-  /// one number or a value cannot be served.
+  /// Afterwards the status equals the snapshot. Throws StatusRefused, having changed nothing, where two ports
+  /// carry one number or a value cannot be served.
   void apply(const StatusSnapshot& snapshot);
 
  private:

@@ -14,9 +14,9 @@ namespace Kestor {
 
 /// Base of every object that is owned through Kestor::Ptr.
 ///
-/// A node starts without a reference; the first Ptr takes one, and the node is deleted when the last one is
-/// dropped. References may be taken on const nodes: who may hold a node and who may change it are separate
-/// questions.
+/// A node starts with one reference, which Kestor::make hands to the first Ptr: while its constructor runs
+/// the node can be referred to, and it is deleted when the last reference is dropped. References may be taken
+/// on const nodes: who may hold a node and who may change it are separate questions.
 class Node {
  public:
   Node(const Node&) = delete;
@@ -37,7 +37,7 @@ class Node {
  protected:
   Node() = default;
 
-  /// A word of flags for the node's own use, beside the count.
+  /// A word of flags beside the count. The lowest 16 bits are for the node's own use.
   bool flag(std::uint32_t bit) const noexcept { return (flags_ & bit) != 0; }
   void flagIs(std::uint32_t bit, bool on) noexcept { flags_ = on ? flags_ | bit : flags_ & ~bit; }
 
@@ -58,10 +58,17 @@ class Node {
       if (left == 0) lastUserGone();
     }
   }
-  void lastUserGone() const noexcept { delete this; }
+  // References taken and dropped while the destructor runs must not delete the node again.
+  void lastUserGone() const noexcept {
+    if (flag(beingDestroyedFlag)) return;
+    flags_ |= beingDestroyedFlag;
+    delete this;
+  }
 
-  mutable std::atomic<std::uint32_t> refs_{0};
-  std::uint32_t flags_ = 0;
+  static constexpr std::uint32_t beingDestroyedFlag = 1U << 16;
+
+  mutable std::atomic<std::uint32_t> refs_{1};
+  mutable std::uint32_t flags_ = 0;
 };
 
 }  // namespace Kestor

@@ -12,9 +12,10 @@ namespace Kestor {
 template <class T>
 using Ptr = boost::intrusive_ptr<T>;
 
+/// Makes a node. The only way to: its first reference is the one returned.
 template <class T, class... Args>
 Ptr<T> make(Args&&... args) {
-  return Ptr<T>(new T(std::forward<Args>(args)...));
+  return Ptr<T>(new T(std::forward<Args>(args)...), false);
 }
 
 /// Streams a reference for a trace line: "null", or the node's type name and address.

@@ -38,8 +38,8 @@ class Subscriber : public boost::intrusive::list_base_hook<> {
 
 /// Tells subscribers, in the order in which they subscribed, of each change, synchronously.
 ///
-/// Inside a notification a subscriber may unsubscribe itself or others, and may cause the publisher's owner to
-/// be destroyed. A subscriber added inside a notification hears of later changes only. An exception that
+/// Inside a notification a subscriber may unsubscribe itself or others, and may cause the publisher's owner
+/// to be destroyed. A subscriber added inside a notification hears of later changes only. An exception that
 /// leaves a notification ends the process: a change half told cannot be taken back.
 class Publisher {
  public:
@@ -62,7 +62,8 @@ class Publisher {
   void parentIs(Publisher* parent) noexcept { parent_ = parent; }
 
  private:
-  // One for each publication under way, innermost first: what to visit next, kept right while the list changes.
+  // One for each publication under way, innermost first: what to visit next, kept right while the list
+  // changes.
   struct Visit {
     boost::intrusive::list<Subscriber>::iterator next;
     bool publisherGone;

@@ -12,8 +12,8 @@
 #include "Zarn/Entity.h"
 #include "Zarn/SlabAllocator.h"
 
-/// The PTP data sets (IEEE 1588-2008, 8.2), each as a plain struct of its values and as the node of the status that
-/// holds them. 16-bit fields and identities are in network byte order.
+/// The PTP data sets (IEEE 1588-2008, 8.2), each as a plain struct of its values and as the node of the
+/// status that holds them. 16-bit fields and identities are in network byte order.
 namespace Ptp {
 
 /// IEEE 1588-2008, 5.3.8: nanoseconds scaled by 2^16, in host byte order.
@@ -52,7 +52,8 @@ struct CurrentDSValues {
   friend bool operator==(const CurrentDSValues&, const CurrentDSValues&) noexcept = default;
 };
 
-/// Where the parent's messages come from. The two last fields are the platform's own and are passed on as they are.
+/// Where the parent's messages come from. The two last fields are the platform's own and are passed on as
+/// they are.
 struct ParentSource {
   Pelor::IpGenAddr address;
   std::uint32_t word = 0;
@@ -123,8 +124,8 @@ struct PacketCounters {
   friend bool operator==(const PacketCounters&, const PacketCounters&) noexcept = default;
 };
 
-/// The default data set. The two values that decide which rows exist are set through mutators that publish; the rest
-/// is written in place.
+/// The default data set. The two values that decide which rows exist are set through mutators that publish;
+/// the rest is written in place.
 class DefaultDS final : public Zarn::Entity, public Zarn::SlabAllocated<DefaultDS> {
  public:
   static constexpr Kestor::AttributeId domainNumberAttribute = 264;
@@ -135,8 +136,9 @@ class DefaultDS final : public Zarn::Entity, public Zarn::SlabAllocated<DefaultD
 
   const DefaultDSValues& values() const noexcept { return values_; }
 
-  /// Takes over every value, and publishes a change of the domain number and then one of the clock mode, each only
-  /// where it changed and at the moment at which the other still, or already, has its old, or new, value.
+  /// Takes over every value, and publishes a change of the domain number and then one of the clock mode, each
+  /// only where it changed and at the moment at which the other still, or already, has its old, or new,
+  /// value.
   void valuesIs(const DefaultDSValues& values);
   /// Sets one value and publishes, if it changed.
   void domainNumberIs(std::uint8_t domainNumber);

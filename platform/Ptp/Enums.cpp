@@ -48,7 +48,8 @@ const Zarn::EnumData& enumData(ClockRoleType) {
 }
 
 const Zarn::EnumData& enumData(RxTxMode) {
-  static constexpr Zarn::EnumeratorData enumerators[] = {{0, "unicast"}, {1, "multicast"}, {2, "multicastMix"}};
+  static constexpr Zarn::EnumeratorData enumerators[] = {
+      {0, "unicast"}, {1, "multicast"}, {2, "multicastMix"}};
   static constexpr Zarn::EnumData data{"PtpMib::RxTxMode", enumerators};
   return data;
 }

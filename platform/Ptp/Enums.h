@@ -4,8 +4,8 @@
 
 #include "Zarn/EnumData.h"
 
-/// The enumerations of the PTP status. Any code may be held: a peer or a newer service may report one without a
-/// name, and readers cope with it.
+/// The enumerations of the PTP status. Any code may be held: a peer or a newer service may report one without
+/// a name, and readers cope with it.
 namespace Ptp {
 
 /// What kind of clock the device is, or 0 where PTP does not run.

@@ -33,7 +33,8 @@ std::optional<std::uint64_t> parseClock(std::string_view text) {
 ClockIdentity::ClockIdentity(std::string_view text) {
   const auto value = parseClock(text);
   if (!value) {
-    throw Zarn::RangeException(fmt::format("\"{}\" is not a clock identity such as \"001122.fffe.334455\"", text));
+    throw Zarn::RangeException(
+        fmt::format("\"{}\" is not a clock identity such as \"001122.fffe.334455\"", text));
   }
   id.valueIs(*value);
 }
@@ -49,7 +50,8 @@ PortIdentity::PortIdentity(std::string_view text) {
   const auto port =
       dash == std::string_view::npos ? std::nullopt : parse<std::uint16_t>(text.substr(dash + 1), 10);
   if (!clock || !port) {
-    throw Zarn::RangeException(fmt::format("\"{}\" is not a port identity such as \"001122.fffe.334455-1\"", text));
+    throw Zarn::RangeException(
+        fmt::format("\"{}\" is not a port identity such as \"001122.fffe.334455-1\"", text));
   }
   clockIdentity.id.valueIs(*clock);
   portNumber.valueIs(*port);
@@ -59,7 +61,11 @@ Kestor::String PortIdentity::stringValue() const {
   return fmt::format("{}-{}", clockIdentity.stringValue(), portNumber.value());
 }
 
-std::ostream& operator<<(std::ostream& os, const ClockIdentity& identity) { return os << identity.stringValue(); }
-std::ostream& operator<<(std::ostream& os, const PortIdentity& identity) { return os << identity.stringValue(); }
+std::ostream& operator<<(std::ostream& os, const ClockIdentity& identity) {
+  return os << identity.stringValue();
+}
+std::ostream& operator<<(std::ostream& os, const PortIdentity& identity) {
+  return os << identity.stringValue();
+}
 
 }  // namespace Ptp

@@ -41,7 +41,9 @@ void Status::defaultDSIs(Kestor::Ptr<DefaultDS> defaultDS) {
 void Status::currentDSIs(Kestor::Ptr<CurrentDS> currentDS) {
   referenceIs(currentDS_, currentDS, currentDSAttribute);
 }
-void Status::parentDSIs(Kestor::Ptr<ParentDS> parentDS) { referenceIs(parentDS_, parentDS, parentDSAttribute); }
+void Status::parentDSIs(Kestor::Ptr<ParentDS> parentDS) {
+  referenceIs(parentDS_, parentDS, parentDSAttribute);
+}
 void Status::timePropertiesDSIs(Kestor::Ptr<TimePropertiesDS> timePropertiesDS) {
   referenceIs(timePropertiesDS_, timePropertiesDS, timePropertiesDSAttribute);
 }

@@ -29,7 +29,8 @@ class PtpMibData final : public Kestor::Node, public Zarn::SlabAllocated<PtpMibD
 
 /// The root of the device's PTP status. Any reference may be null: the service may not hold that data set.
 ///
-/// Each mutator publishes a change of its attribute when the reference, or the entry of the collection, changed.
+/// Each mutator publishes a change of its attribute when the reference, or the entry of the collection,
+/// changed.
 class Status final : public Zarn::Entity {
  public:
   static constexpr Kestor::AttributeId defaultDSAttribute = 263;

@@ -16,8 +16,8 @@ std::int32_t write(const void* value, std::size_t size, unsigned char* buffer, s
   return static_cast<std::int32_t>(size);
 }
 
-// The agent library widens a 4-byte integer by the signedness of its ASN.1 type; an 8-byte one it would truncate with
-// a log line.
+// The agent library widens a 4-byte integer by the signedness of its ASN.1 type; an 8-byte one it would
+// truncate with a log line.
 template <class T>
 std::int32_t writeInteger(T value, unsigned char* buffer, std::size_t length) noexcept {
   static_assert(sizeof value == 4);
@@ -26,7 +26,8 @@ std::int32_t writeInteger(T value, unsigned char* buffer, std::size_t length) no
 
 }  // namespace
 
-std::int32_t S32ToAsnIntegerF::operator()(int value, unsigned char* buffer, std::size_t length) const noexcept {
+std::int32_t S32ToAsnIntegerF::operator()(int value, unsigned char* buffer,
+                                          std::size_t length) const noexcept {
   return writeInteger(value, buffer, length);
 }
 
@@ -35,7 +36,8 @@ std::int32_t U32ToAsnUnsignedF::operator()(unsigned int value, unsigned char* bu
   return writeInteger(value, buffer, length);
 }
 
-std::int32_t BoolToAsnIntegerF::operator()(bool value, unsigned char* buffer, std::size_t length) const noexcept {
+std::int32_t BoolToAsnIntegerF::operator()(bool value, unsigned char* buffer,
+                                           std::size_t length) const noexcept {
   return writeInteger(value ? 1 : 2, buffer, length);
 }
 
@@ -67,7 +69,8 @@ std::uint32_t AsnUnsignedToU32(const void* value) {
 int AsnIntegerToS32(const void* value) {
   long number = 0;
   std::memcpy(&number, value, sizeof number);
-  if (number < std::numeric_limits<std::int32_t>::min() || number > std::numeric_limits<std::int32_t>::max()) {
+  if (number < std::numeric_limits<std::int32_t>::min() ||
+      number > std::numeric_limits<std::int32_t>::max()) {
     throw Zarn::RangeException(fmt::format("{} does not fit a signed 32-bit integer", number));
   }
   return static_cast<int>(number);

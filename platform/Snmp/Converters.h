@@ -6,8 +6,9 @@
 #include "Kestor/String.h"
 #include "Snmp/ObjectIdentifier.h"
 
-/// The generic converters between values and the bytes that snmp_set_var_typed_value takes. The forward ones write
-/// into the caller's buffer and return the number of bytes written, or -1 where the buffer is too short.
+/// The generic converters between values and the bytes that snmp_set_var_typed_value takes. The forward ones
+/// write into the caller's buffer and return the number of bytes written, or -1 where the buffer is too
+/// short.
 namespace Snmp {
 
 /// The agent library's Counter64: two longs, the high 32 bits first.
@@ -28,14 +29,16 @@ struct BoolToAsnIntegerF {
 };
 /// The string's bytes, without a terminator.
 struct StringToAsnOctetStringF {
-  std::int32_t operator()(const Kestor::String& value, unsigned char* buffer, std::size_t length) const noexcept;
+  std::int32_t operator()(const Kestor::String& value, unsigned char* buffer,
+                          std::size_t length) const noexcept;
 };
 struct U64ToCounter64F {
   std::int32_t operator()(unsigned long value, unsigned char* buffer, std::size_t length) const noexcept;
 };
 /// The array of sub-identifiers; 0 bytes for the empty identifier, which goes out as zeroDotZero.
 struct SnmpObjectIdentifierToAsnOidF {
-  std::int32_t operator()(const ObjectIdentifier& value, unsigned char* buffer, std::size_t length) const noexcept;
+  std::int32_t operator()(const ObjectIdentifier& value, unsigned char* buffer,
+                          std::size_t length) const noexcept;
 };
 
 /// Read the value of a varbind of type Unsigned32 or INTEGER, which the agent library keeps as a long. Throw

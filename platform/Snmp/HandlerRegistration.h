@@ -8,14 +8,16 @@
 
 namespace Snmp {
 
-/// What a MIB module enrols with the host: the host calls initHandler once for each SNMP context that it serves.
+/// What a MIB module enrols with the host: the host calls initHandler once for each SNMP context that it
+/// serves.
 class HandlerRegistration {
  public:
   virtual ~HandlerRegistration();
   virtual void initHandler(Kestor::String context) = 0;
 };
 
-/// Enrols a registration for as long as it lives; a static object of the module, made when the module is loaded.
+/// Enrols a registration for as long as it lives; a static object of the module, made when the module is
+/// loaded.
 class AutoRegistree {
  public:
   explicit AutoRegistree(HandlerRegistration* registration);

@@ -6,7 +6,8 @@
 
 namespace Snmp {
 
-/// An object identifier of at most 128 sub-identifiers (RFC 2578, 3.5), in the agent library's representation.
+/// An object identifier of at most 128 sub-identifiers (RFC 2578, 3.5), in the agent library's
+/// representation.
 class ObjectIdentifier {
  public:
   using SubIdentifier = unsigned long;

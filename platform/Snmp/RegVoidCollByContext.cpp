@@ -19,8 +19,8 @@ const Zarn::TypeData& RegVoidCollByContext::typeData() const noexcept {
   return data;
 }
 
-Kestor::Ptr<RegVoid> RegVoidCollByContext::addRegVoid(const Kestor::String& context, const Kestor::String& table,
-                                                      void* data) {
+Kestor::Ptr<RegVoid> RegVoidCollByContext::addRegVoid(const Kestor::String& context,
+                                                      const Kestor::String& table, void* data) {
   return records_[{context, table}] = Kestor::make<RegVoid>(data);
 }
 

@@ -10,11 +10,11 @@
 
 namespace Snmp {
 
-/// What the host keeps for one table of one context: the object that the table's callbacks read, and the table's
-/// counters.
+/// What the host keeps for one table of one context: the object that the table's callbacks read, and the
+/// table's counters.
 class RegVoid final : public Kestor::Node {
  public:
-  explicit RegVoid(void* data) : data_(data), counters_(new TableCounters) {}
+  explicit RegVoid(void* data) : data_(data), counters_(Kestor::make<TableCounters>()) {}
   const Zarn::TypeData& typeData() const noexcept override;
 
   void* data() const noexcept { return data_; }
@@ -33,7 +33,7 @@ class RegVoidCollByContext final : public Zarn::Entity {
   static constexpr const char* typeName = "Snmp::RegVoidCollByContext";
 
   RegVoidCollByContext() : Entity("regVoidCollByContext") {}
-  static Kestor::Ptr<Zarn::Entity> factory() { return Kestor::Ptr<Zarn::Entity>(new RegVoidCollByContext); }
+  static Kestor::Ptr<Zarn::Entity> factory() { return Kestor::make<RegVoidCollByContext>(); }
   const Zarn::TypeData& typeData() const noexcept override;
 
   /// Records data for a table and returns the record; an older record of the same table is replaced.

@@ -6,8 +6,8 @@
 
 namespace Zarn {
 
-/// The seed of every hash map of this process, drawn at random when first asked for: keys come from the network,
-/// and nobody out there shall be able to make them collide.
+/// The seed of every hash map of this process, drawn at random when first asked for: keys come from the
+/// network, and nobody out there shall be able to make them collide.
 std::uint64_t hashSeed() noexcept;
 
 /// The framework's hash of a single attribute.
@@ -23,7 +23,9 @@ std::uint64_t singleAttributeHash(std::uint64_t value, std::uint64_t seed) noexc
 template <class Node>
 class HashMap2018 {
   struct Hash {
-    std::size_t operator()(const typename Node::Key& key) const noexcept { return Node::hash(key, hashSeed()); }
+    std::size_t operator()(const typename Node::Key& key) const noexcept {
+      return Node::hash(key, hashSeed());
+    }
   };
   using Map = std::unordered_map<typename Node::Key, typename Node::Value, Hash>;
 

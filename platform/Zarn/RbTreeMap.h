@@ -9,13 +9,15 @@
 namespace Zarn {
 
 /// The links by which an RbTreeMap keeps a row. Base class of every row type.
-using RbTreeMapHook = boost::intrusive::set_base_hook<boost::intrusive::link_mode<boost::intrusive::safe_link>,
-                                                      boost::intrusive::optimize_size<true>>;
+using RbTreeMapHook =
+    boost::intrusive::set_base_hook<boost::intrusive::link_mode<boost::intrusive::safe_link>,
+                                    boost::intrusive::optimize_size<true>>;
 
 /// An ordered map whose rows carry their own key and links.
 ///
-/// Entry is a Kestor::Node with an RbTreeMapHook and a `key()` that never changes. The map holds one reference to
-/// each of its rows. Order and equality are the key's `operator<=>`; nobody can order rows in another way.
+/// Entry is a Kestor::Node with an RbTreeMapHook and a `key()` that never changes. The map holds one
+/// reference to each of its rows. Order and equality are the key's `operator<=>`; nobody can order rows in
+/// another way.
 template <class Key, class Entry>
 class RbTreeMap {
   struct KeyOf {
@@ -29,8 +31,8 @@ class RbTreeMap {
                                      boost::intrusive::key_of_value<KeyOf>, boost::intrusive::compare<Less>>;
 
  public:
-  /// A position in the map that survives the deletion of its row, and any other change of the map. It holds the
-  /// row, so the row stays readable. It must not outlive the map.
+  /// A position in the map that survives the deletion of its row, and any other change of the map. It holds
+  /// the row, so the row stays readable. It must not outlive the map.
   class BasicIteratorConst {
    public:
     BasicIteratorConst() = default;
@@ -40,10 +42,11 @@ class RbTreeMap {
     const Entry* operator->() const noexcept { return node_.get(); }
     const Kestor::Ptr<const Entry>& node() const noexcept { return node_; }
 
-    /// Moves to the row with the next greater key, whatever has happened to the current row. REQUIRES: !atEnd().
+    /// Moves to the row with the next greater key, whatever has happened to the current row. REQUIRES:
+    /// !atEnd().
     void advance() {
-      // An unchanged stamp says that the row still stands in the tree, so its links lead on; otherwise they may
-      // lead nowhere and the place is found again by the key.
+      // An unchanged stamp says that the row still stands in the tree, so its links lead on; otherwise they
+      // may lead nowhere and the place is found again by the key.
       if (stamp_ == map_->stamp_) {
         auto next = map_->tree_.iterator_to(*node_);
         ++next;
@@ -66,7 +69,9 @@ class RbTreeMap {
   RbTreeMap() = default;
   RbTreeMap(const RbTreeMap&) = delete;
   RbTreeMap& operator=(const RbTreeMap&) = delete;
-  ~RbTreeMap() { tree_.clear_and_dispose(intrusive_ptr_release); }
+  ~RbTreeMap() {
+    tree_.clear_and_dispose([](Entry* entry) { intrusive_ptr_release(entry); });
+  }
 
   bool empty() const noexcept { return tree_.empty(); }
 

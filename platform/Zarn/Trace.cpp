@@ -31,9 +31,10 @@ unsigned parseLevel(std::string_view text, std::string_view item) {
   unsigned level = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), level);
   if (error != std::errc{} || end != text.data() + text.size() || level >= levelLimit) {
-    throw RangeException(fmt::format("trace selection \"{}\": expected <handle>/<level>, <handle>/<first>-<last> or "
-                                     "<handle>/off, with levels from 0 to {}",
-                                     item, levelLimit - 1));
+    throw RangeException(
+        fmt::format("trace selection \"{}\": expected <handle>/<level>, <handle>/<first>-<last> or "
+                    "<handle>/off, with levels from 0 to {}",
+                    item, levelLimit - 1));
   }
   return level;
 }

@@ -21,8 +21,8 @@ class TraceHandle {
   const Kestor::String& name() const noexcept { return name_; }
   bool on(unsigned level) const noexcept { return (levels_ & (1U << level)) != 0; }
 
-  /// Writes a line made of the parts, streamed one after another. Nothing is formatted while the level is off,
-  /// and being off costs one test.
+  /// Writes a line made of the parts, streamed one after another. Nothing is formatted while the level is
+  /// off, and being off costs one test.
   template <class... Parts>
   void trace(unsigned level, const Parts&... parts) const {
     if (on(level)) [[unlikely]] {
@@ -51,10 +51,11 @@ class TraceSettings {
  public:
   using Sink = std::function<void(std::string_view line)>;
 
-  /// Applies a selection such as "Snmp/0-2,PtpSnmp/8", to handles that exist and to those made later. Items are
-  /// `<handle>/<level>`, `<handle>/<first>-<last>`, which add levels, and `<handle>/off`, which switches all levels
-  /// of the handle off, level 0 included. Levels run from 0 to 31. Throws RangeException, naming the item, and then
-  /// changes nothing.
+  /// Applies a selection such as "Snmp/0-2,PtpSnmp/8", to handles that exist and to those made later. Items
+  /// are
+  /// `<handle>/<level>`, `<handle>/<first>-<last>`, which add levels, and `<handle>/off`, which switches all
+  /// levels of the handle off, level 0 included. Levels run from 0 to 31. Throws RangeException, naming the
+  /// item, and then changes nothing.
   static void select(std::string_view selection);
 
   /// Forgets every selection: level 0 alone is on.

@@ -19,8 +19,8 @@ class Entity;
 struct AttributeData {
   /// Reads the attribute of a node of the type, as text.
   using Text = Kestor::String (*)(const Kestor::Node&);
-  /// Sets an attribute that is an entity made from other entities; their number and types are the attribute's.
-  /// Throws RangeException where they do not fit.
+  /// Sets an attribute that is an entity made from other entities; their number and types are the
+  /// attribute's. Throws RangeException where they do not fit.
   using EntityIs = void (*)(Kestor::Node&, std::span<const Kestor::Ptr<Entity>>);
 
   std::uint16_t id;
@@ -64,8 +64,8 @@ struct MemberClass<R C::*> {
 };
 }  // namespace detail
 
-/// The record of an attribute that an accessor (or a public data member) of the class reads. Derived names the
-/// node's own class where the accessor belongs to a base of it.
+/// The record of an attribute that an accessor (or a public data member) of the class reads. Derived names
+/// the node's own class where the accessor belongs to a base of it.
 template <auto Accessor, class Derived = typename detail::MemberClass<decltype(Accessor)>::Type>
 constexpr AttributeData attribute(std::uint16_t id, std::string_view name,
                                   AttributeData::EntityIs entityIs = nullptr) {
@@ -87,6 +87,7 @@ constexpr AttributeData attribute(std::uint16_t id, std::string_view name,
 Kestor::String attributeText(const Kestor::Node& node, std::string_view name);
 
 /// Sets an entity attribute by name. Throws NameNotFoundException where there is none that can be set.
-void attributeEntityIs(Kestor::Node& node, std::string_view name, std::span<const Kestor::Ptr<Entity>> arguments);
+void attributeEntityIs(Kestor::Node& node, std::string_view name,
+                       std::span<const Kestor::Ptr<Entity>> arguments);
 
 }  // namespace Zarn

@@ -10,8 +10,8 @@
 #include "Zarn/EnumData.h"
 #include "Zarn/Exception.h"
 
-/// The generic text form of values: `Type(attribute=value,attribute=value)`, integers in decimal, enumerators by
-/// name. What is written here is read back here, in the same order and with the same names.
+/// The generic text form of values: `Type(attribute=value,attribute=value)`, integers in decimal, enumerators
+/// by name. What is written here is read back here, in the same order and with the same names.
 namespace Zarn {
 
 // Reading one value from a cursor. Each throws RangeException and says what it found.
@@ -78,20 +78,21 @@ T strepToValue(const Kestor::String& text) {
 
 // Writing one value.
 
-inline void writeValue(std::ostream& os, bool value) { os << (value ? "true" : "false"); }
-inline void writeValue(std::ostream& os, std::uint8_t value) { os << unsigned{value}; }
-inline void writeValue(std::ostream& os, std::int8_t value) { os << int{value}; }
-template <RegisteredEnum E>
-void writeValue(std::ostream& os, E value) {
-  os << enumText(value);
-}
 template <class T>
 void writeValue(std::ostream& os, const Kestor::Ptr<T>& value) {
   os << Kestor::shown(value);
 }
 template <class T>
 void writeValue(std::ostream& os, const T& value) {
-  os << value;
+  if constexpr (std::is_same_v<T, bool>) {
+    os << (value ? "true" : "false");
+  } else if constexpr (std::is_integral_v<T>) {
+    os << +value;  // an 8-bit integer is a number here, not a character
+  } else if constexpr (RegisteredEnum<T>) {
+    os << enumText(value);
+  } else {
+    os << value;
+  }
 }
 
 /// Writes a value's text form attribute by attribute; the destructor closes it.

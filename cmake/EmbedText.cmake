@@ -1,0 +1,15 @@
+# ptp_embed_text(<target> <template> <VARIABLE> <file> [<VARIABLE> <file>]...): adds to the target the source that the
+# template becomes when each @VARIABLE@ in it is replaced by the text of the file. A changed file is embedded anew.
+function(ptp_embed_text target template)
+  set(files ${ARGN})
+  while(files)
+    list(POP_FRONT files variable file)
+    file(REAL_PATH "${file}" path BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}")
+    file(READ "${path}" ${variable})
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${path}")
+  endwhile()
+  get_filename_component(source "${template}" NAME_WLE)
+  configure_file("${template}" "${CMAKE_CURRENT_BINARY_DIR}/${source}" @ONLY)
+  target_sources(${target} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${source}")
+  target_include_directories(${target} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
+endfunction()

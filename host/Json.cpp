@@ -1,0 +1,94 @@
+#include "Json.h"
+
+#include <fmt/format.h>
+
+#include <set>
+
+namespace host {
+namespace {
+
+// Parsing needs no stack for each level, but merging and destroying do. A status document has five levels.
+constexpr std::size_t maxDepth = 16;
+constexpr std::size_t maxShownBytes = 160;
+
+/// Watches the parser for what JSON itself permits and a status document does not.
+class StructureCheck {
+ public:
+  bool operator()(int, Json::parse_event_t event, const Json& parsed) {
+    switch (event) {
+      case Json::parse_event_t::object_start:
+      case Json::parse_event_t::array_start: enter(); break;
+      case Json::parse_event_t::object_end:
+      case Json::parse_event_t::array_end: members_.pop_back(); break;
+      case Json::parse_event_t::key: addMember(parsed.get_ref<const std::string&>()); break;
+      case Json::parse_event_t::value: break;
+    }
+    return true;
+  }
+
+ private:
+  void enter() {
+    if (members_.size() == maxDepth)
+      throw DocumentError(fmt::format("nested deeper than {} levels", maxDepth));
+    members_.emplace_back();
+  }
+
+  void addMember(const std::string& name) {
+    if (!members_.back().insert(name).second) {
+      throw DocumentError(fmt::format("{} stands twice in one object", inQuotes(name)));
+    }
+  }
+
+  std::vector<std::set<std::string>> members_;  // of each open container, from the outermost
+};
+
+// The library's text without its tag and without the line, which is always 1 in a text of one line.
+std::string reasonOf(const Json::exception& error) {
+  std::string_view reason = error.what();
+  for (const std::string_view noise : {"] ", "parse error at line 1, "}) {
+    const std::size_t at = reason.find(noise);
+    if (at != std::string_view::npos) reason.remove_prefix(at + noise.size());
+  }
+  return printable(reason);
+}
+
+}  // namespace
+
+Json parseJson(std::string_view text) {
+  // The parser takes a NUL for the end of the text and would ignore what follows.
+  if (text.find('\0') != std::string_view::npos) throw DocumentError("not JSON: it contains a NUL byte");
+  try {
+    return Json::parse(text, StructureCheck());
+  } catch (const Json::exception& error) {
+    throw DocumentError(fmt::format("not JSON: {}", reasonOf(error)));
+  }
+}
+
+std::string printable(std::string_view text) {
+  std::string shown;
+  for (const char c : text.substr(0, maxShownBytes)) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte < 0x7f) {
+      shown += c;
+    } else {
+      shown += fmt::format("\\x{:02x}", byte);
+    }
+  }
+  if (text.size() > maxShownBytes) shown += "...";
+  return shown;
+}
+
+std::string inQuotes(std::string_view text) { return fmt::format("\"{}\"", printable(text)); }
+
+std::string describe(const Json& value) {
+  if (value.is_string()) return inQuotes(value.get_ref<const std::string&>());
+  if (value.is_number_unsigned()) return fmt::format("{}", value.get<std::uint64_t>());
+  if (value.is_number_integer()) return fmt::format("{}", value.get<std::int64_t>());
+  if (value.is_number_float()) return fmt::format("{:.21g}", value.get<long double>());
+  if (value.is_boolean()) return value.get<bool>() ? "true" : "false";
+  if (value.is_object()) return "an object";
+  if (value.is_array()) return "an array";
+  return "null";
+}
+
+}  // namespace host

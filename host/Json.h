@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Source.h"
+
+namespace host {
+
+/// A document or one of its values cannot be accepted: what() names the path, the value and what was
+/// expected, in one printable line of bounded length.
+class DocumentError : public StatusRefused {
+ public:
+  using StatusRefused::StatusRefused;
+};
+
+/// JSON whose numbers are exact over the whole range of a PTP time interval in nanoseconds (48 bits before
+/// the point and 16 behind it) and of a 64-bit counter. Do not use its dump(): the library formats a float as
+/// if it were a double.
+using Json =
+    nlohmann::basic_json<std::map, std::vector, std::string, bool, std::int64_t, std::uint64_t, long double>;
+
+static_assert(std::numeric_limits<long double>::digits >= 64, "a time interval needs 64 significant bits");
+
+/// Throws DocumentError where the text is not JSON, where an object has one member twice, or where it is
+/// nested so deeply that handling it could exhaust the stack.
+Json parseJson(std::string_view text);
+
+/// For messages: the text cut to a length and with all but printable ASCII escaped.
+std::string printable(std::string_view text);
+/// For messages: the printable text in quotes.
+std::string inQuotes(std::string_view text);
+/// For messages: a scalar as JSON writes it; "an object" or "an array".
+std::string describe(const Json& value);
+
+}  // namespace host

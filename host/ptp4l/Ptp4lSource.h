@@ -1,0 +1,63 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <set>
+#include <string>
+#include <system_error>
+
+#include "ClockPoll.h"
+#include "DomainSearch.h"
+#include "EventLoop.h"
+#include "KernelInterfaces.h"
+#include "ManagementSocket.h"
+#include "MonotonicCounters.h"
+#include "Source.h"
+
+namespace host::ptp4l {
+
+/// The status of a live ptp4l, polled through its management socket.
+///
+/// A poll that was not answered in full before the next is due changes nothing. Three of them in a row, and
+/// the service counts as gone: the sink gets an empty snapshot, and every further poll looks for the service
+/// again.
+class Ptp4lSource final : public Source {
+ public:
+  Ptp4lSource(EventLoop& loop, std::string socketPath,
+              std::chrono::milliseconds poll = std::chrono::seconds(1));
+
+  void start(SnapshotSink sink) override;
+
+ private:
+  enum class Service { unknown, answering, gone };
+
+  void poll();
+  void sendRequests();
+  void receiveResponses();
+  void pollAnswered();
+  void pollUnanswered(const std::string& reason);
+  void deliver(const StatusSnapshot& snapshot);
+  void warnOnce(const std::string& message);
+
+  EventLoop& loop_;
+  const std::string socketPath_;
+  const std::chrono::milliseconds period_;
+  SnapshotSink sink_;
+
+  Service service_ = Service::unknown;
+  bool polling_ = false;  ///< a poll is neither answered nor given up
+  int unansweredPolls_ = 0;
+  std::error_code sendError_;  ///< of the current poll
+  DomainSearch domains_;
+  ClockPoll clock_;
+  MonotonicCounters counters_;
+  std::optional<StatusSnapshot> delivered_;
+  std::set<std::string> warnings_;
+
+  KernelInterfaces interfaces_;
+  std::optional<ManagementSocket> socket_;
+  EventLoop::Handle readable_;  ///< refers to the socket, as do polls
+  EventLoop::Handle timer_;
+};
+
+}  // namespace host::ptp4l
