@@ -53,8 +53,7 @@ const Zarn::TypeData& PtpTableEntry::type() noexcept {
 }
 const Zarn::TypeData& PtpTableEntry::typeData() const noexcept { return type(); }
 
-Zarn::MemAllocationTracker TransDefaultDSTableEntry::memAllocationTracker_{
-    "PtpSnmp::TransDefaultDSTableEntry"};
+Zarn::MemAllocationTracker TransDefaultDSTableEntry::memAllocationTracker_{"PtpSnmp::TransDefaultDSTableEntry"};
 
 const Zarn::TypeData& TransDefaultDSTableEntry::type() noexcept {
   static constexpr Zarn::AttributeData attributes[] = {

@@ -21,8 +21,7 @@ auto valueFrom(const Kestor::Ptr<const Ptp::Status>& status,
 
 template <class Read>
 auto fromDefaultDS(const Kestor::Ptr<const Ptp::Status>& status, Read read) noexcept {
-  return valueFrom(status, &Ptp::Status::defaultDS,
-                   [read](const Ptp::DefaultDS& ds) { return read(ds.values()); });
+  return valueFrom(status, &Ptp::Status::defaultDS, [read](const Ptp::DefaultDS& ds) { return read(ds.values()); });
 }
 template <class Read>
 auto fromCurrentDS(const Kestor::Ptr<const Ptp::Status>& status, Read read) noexcept {
@@ -80,9 +79,8 @@ bool PtpTableEntry::parentStats() const noexcept {
   return fromParentDS(ptpStatus_, [](const auto& ds) { return ds.parentStats; });
 }
 std::int32_t PtpTableEntry::offset() const noexcept {
-  return fromParentDS(ptpStatus_, [](const auto& ds) {
-    return std::int32_t{ds.observedParentOffsetScaledLogVariance.value()};
-  });
+  return fromParentDS(ptpStatus_,
+                      [](const auto& ds) { return std::int32_t{ds.observedParentOffsetScaledLogVariance.value()}; });
 }
 std::int32_t PtpTableEntry::clockPhChRate() const noexcept {
   return fromParentDS(ptpStatus_, [](const auto& ds) { return ds.observedParentClockPhaseChangeRate; });
@@ -103,8 +101,8 @@ std::uint8_t PtpTableEntry::gmClockQualityAccuracy() const noexcept {
   return fromParentDS(ptpStatus_, [](const auto& ds) { return ds.grandmasterClockQuality.clockAccuracy; });
 }
 std::uint16_t PtpTableEntry::gmClockQualityOffset() const noexcept {
-  return fromParentDS(
-      ptpStatus_, [](const auto& ds) { return ds.grandmasterClockQuality.offsetScaledLogVariance.value(); });
+  return fromParentDS(ptpStatus_,
+                      [](const auto& ds) { return ds.grandmasterClockQuality.offsetScaledLogVariance.value(); });
 }
 
 // PtpTableEntry: the default data set.
@@ -128,8 +126,7 @@ std::uint8_t PtpTableEntry::qualityAccuracy() const noexcept {
   return fromDefaultDS(ptpStatus_, [](const auto& ds) { return ds.clockQuality.clockAccuracy; });
 }
 std::uint16_t PtpTableEntry::qualityOffset() const noexcept {
-  return fromDefaultDS(ptpStatus_,
-                       [](const auto& ds) { return ds.clockQuality.offsetScaledLogVariance.value(); });
+  return fromDefaultDS(ptpStatus_, [](const auto& ds) { return ds.clockQuality.offsetScaledLogVariance.value(); });
 }
 
 // PtpTableEntry: the time-properties data set.
@@ -138,8 +135,8 @@ bool PtpTableEntry::currentUTCOffsetValid() const noexcept {
   return fromTimePropertiesDS(ptpStatus_, [](const auto& ds) { return ds.currentUtcOffsetValid; });
 }
 std::int16_t PtpTableEntry::currentUTCOffset() const noexcept {
-  return fromTimePropertiesDS(
-      ptpStatus_, [](const auto& ds) { return static_cast<std::int16_t>(ds.currentUtcOffset.value()); });
+  return fromTimePropertiesDS(ptpStatus_,
+                              [](const auto& ds) { return static_cast<std::int16_t>(ds.currentUtcOffset.value()); });
 }
 bool PtpTableEntry::leap59() const noexcept {
   return fromTimePropertiesDS(ptpStatus_, [](const auto& ds) { return ds.leap59; });
@@ -187,8 +184,7 @@ Ptp::PtpMode TransDefaultDSTableEntry::modeAsDelay() const noexcept {
 std::uint8_t TransDefaultDSTableEntry::primaryDomain() const noexcept {
   return fromDefaultDS(ptpStatus_, [](const auto& ds) { return ds.domainNumber; });
 }
-std::string_view TransDefaultDSTableEntry::differing(
-    const Kestor::Ptr<const Ptp::Status>& ptpStatus) const noexcept {
+std::string_view TransDefaultDSTableEntry::differing(const Kestor::Ptr<const Ptp::Status>& ptpStatus) const noexcept {
   return differingStatus(ptpStatus_, ptpStatus);
 }
 
@@ -206,8 +202,7 @@ std::string_view SystemTableEntry::differing(const Kestor::Ptr<const Ptp::Status
 std::uint32_t SystemDomainTableEntry::totals() const noexcept {
   return fromMibData(ptpStatus_, [](const Ptp::PtpMibData&) { return std::uint32_t{1}; });
 }
-std::string_view SystemDomainTableEntry::differing(
-    const Kestor::Ptr<const Ptp::Status>& ptpStatus) const noexcept {
+std::string_view SystemDomainTableEntry::differing(const Kestor::Ptr<const Ptp::Status>& ptpStatus) const noexcept {
   return differingStatus(ptpStatus_, ptpStatus);
 }
 

@@ -23,9 +23,7 @@ struct ParentSourceAddrs {
 std::ostream& operator<<(std::ostream& os, const ParentSourceAddrs& addrs);
 
 /// Serves the current, parent, default, running and time-properties tables.
-class PtpTableEntry final : public Kestor::Node,
-                            public Zarn::RbTreeMapHook,
-                            public Zarn::SlabAllocated<PtpTableEntry> {
+class PtpTableEntry final : public Kestor::Node, public Zarn::RbTreeMapHook, public Zarn::SlabAllocated<PtpTableEntry> {
  public:
   PtpTableEntry(const PtpTableKey& key, const Kestor::Ptr<const Ptp::Status>& ptpStatus)
       : key_(key), ptpStatus_(ptpStatus) {}

@@ -33,8 +33,7 @@ class Key {
     if (left == right) return true;
     const K& a = *static_cast<const K*>(left);
     const K& b = *static_cast<const K*>(right);
-    return std::apply([&](auto... field) { return ((a.*field.member == b.*field.member) && ...); },
-                      K::fields());
+    return std::apply([&](auto... field) { return ((a.*field.member == b.*field.member) && ...); }, K::fields());
   }
 
   friend bool operator==(const K& left, const K& right) noexcept { return isEq(&left, &right); }
@@ -42,9 +41,7 @@ class Key {
   friend std::strong_ordering operator<=>(const K& left, const K& right) noexcept {
     std::strong_ordering order = std::strong_ordering::equal;
     if (&left == &right) return order;
-    const auto differs = [&](auto field) {
-      return (order = left.*field.member <=> right.*field.member) != 0;
-    };
+    const auto differs = [&](auto field) { return (order = left.*field.member <=> right.*field.member) != 0; };
     std::apply([&](auto... field) { (differs(field) || ...); }, K::fields());
     return order;
   }

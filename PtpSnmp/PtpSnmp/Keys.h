@@ -48,12 +48,8 @@ struct PortTableKey : Key<PortTableKey> {
   std::uint32_t portNumberIndex = 0;
   ClockType clockTypeIndex{};  // last in memory, second in order
 
-  PortTableKey(std::uint32_t domain, ClockType clockType, std::uint32_t instance,
-               std::uint32_t portNumber) noexcept
-      : domainIndex(domain),
-        instanceIndex(instance),
-        portNumberIndex(portNumber),
-        clockTypeIndex(clockType) {}
+  PortTableKey(std::uint32_t domain, ClockType clockType, std::uint32_t instance, std::uint32_t portNumber) noexcept
+      : domainIndex(domain), instanceIndex(instance), portNumberIndex(portNumber), clockTypeIndex(clockType) {}
   explicit PortTableKey(Zarn::CharRange& text) { read(text, *this); }
 
   static constexpr char typeName[] = "PtpSnmp::PortTableKey";

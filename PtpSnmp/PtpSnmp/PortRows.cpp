@@ -5,8 +5,7 @@
 namespace PtpSnmp {
 namespace {
 
-Kestor::Ptr<const Ptp::PortDS> findPortDS(const Kestor::Ptr<const Ptp::Status>& status,
-                                          const Ptp::PortDSKey& key) {
+Kestor::Ptr<const Ptp::PortDS> findPortDS(const Kestor::Ptr<const Ptp::Status>& status, const Ptp::PortDSKey& key) {
   if (!status) return nullptr;
   return status->portDS(key);
 }
@@ -27,8 +26,7 @@ T valueOr0(const Kestor::Ptr<const Object>& object, T Values::*member) noexcept 
 }  // namespace
 
 PortTableEntry::PortTableEntry(const PortTableKey& key, const Kestor::Ptr<const Ptp::Status>& ptpStatus,
-                               const Ptp::PortDSKey& portDSKey,
-                               const Kestor::Ptr<const IntfSnmp::IfMib>& ifMib)
+                               const Ptp::PortDSKey& portDSKey, const Kestor::Ptr<const IntfSnmp::IfMib>& ifMib)
     : key_(key),
       ptpStatus_(ptpStatus),
       portDSKey_(portDSKey),
@@ -70,9 +68,7 @@ Ptp::TimeInterval PortTableEntry::peerMeanPathDelay() const noexcept {
   return valueOr0(portDS_, &Ptp::PortDS::peerMeanPathDelay);
 }
 Ptp::PortState PortTableEntry::state() const noexcept { return valueOr0(portDS_, &Ptp::PortDS::portState); }
-Ptp::TransportMode PortTableEntry::transport() const noexcept {
-  return valueOr0(portDS_, &Ptp::PortDS::transport);
-}
+Ptp::TransportMode PortTableEntry::transport() const noexcept { return valueOr0(portDS_, &Ptp::PortDS::transport); }
 Ptp::TransportMode PortTableEntry::encapsulationType() const noexcept {
   return valueOr0(portDS_, &Ptp::PortDS::encapsulation);
 }
@@ -110,9 +106,7 @@ PortTransDSTableEntry::PortTransDSTableEntry(const PortTransDSTableKey& key,
 Ptp::ClockIdentity PortTransDSTableEntry::portIdentity() const noexcept {
   return valueOr0(portDS_, &Ptp::PortDS::portIdentity).clockIdentity;
 }
-bool PortTransDSTableEntry::faultyFlag() const noexcept {
-  return valueOr0(portDS_, &Ptp::PortDS::faultyFlag);
-}
+bool PortTransDSTableEntry::faultyFlag() const noexcept { return valueOr0(portDS_, &Ptp::PortDS::faultyFlag); }
 std::int32_t PortTransDSTableEntry::logMinPdelayReqInt() const noexcept {
   return valueOr0(portDS_, &Ptp::PortDS::logMinPdelayReqInterval);
 }

@@ -29,8 +29,7 @@ Kestor::Ptr<Row> PtpMib::rowDel(Zarn::RbTreeMap<K, Row>& table, Kestor::Attribut
 }
 
 template <class Table>
-auto PtpMib::rowDelAt(Table& table, Kestor::AttributeId attribute,
-                      const typename Table::BasicIteratorConst& position) {
+auto PtpMib::rowDelAt(Table& table, Kestor::AttributeId attribute, const typename Table::BasicIteratorConst& position) {
   const auto standing = table[position->key()];
   // The position may be older than a removal and a new row under the same key.
   if (standing != position.node()) return decltype(rowDel(table, attribute, position->key())){};
@@ -95,16 +94,14 @@ Kestor::Ptr<PortTableEntry> PtpMib::portTableDel(const PortTable::BasicIteratorC
 }
 void PtpMib::portTableDelAll() { rowDelAll(portTable_, portTableAttribute); }
 
-Kestor::Ptr<PortTransDSTableEntry> PtpMib::portTransDSTableIs(const PortTransDSTableKey& key,
-                                                              const Status& ptpStatus,
+Kestor::Ptr<PortTransDSTableEntry> PtpMib::portTransDSTableIs(const PortTransDSTableKey& key, const Status& ptpStatus,
                                                               const Ptp::PortDSKey& portDSKey) {
   return rowIs(portTransDSTable_, portTransDSTableAttribute, key, ptpStatus, portDSKey);
 }
 Kestor::Ptr<PortTransDSTableEntry> PtpMib::portTransDSTableDel(const PortTransDSTableKey& key) {
   return rowDel(portTransDSTable_, portTransDSTableAttribute, key);
 }
-Kestor::Ptr<PortTransDSTableEntry> PtpMib::portTransDSTableDel(
-    const PortTransDSTable::BasicIteratorConst& position) {
+Kestor::Ptr<PortTransDSTableEntry> PtpMib::portTransDSTableDel(const PortTransDSTable::BasicIteratorConst& position) {
   return rowDelAt(portTransDSTable_, portTransDSTableAttribute, position);
 }
 void PtpMib::portTransDSTableDelAll() { rowDelAll(portTransDSTable_, portTransDSTableAttribute); }

@@ -64,11 +64,9 @@ class PtpMib final : public Zarn::Entity, public Zarn::SlabAllocated<PtpMib> {
   Kestor::Ptr<const TransDefaultDSTableEntry> transDefaultDSTable(const TransDefaultDSTableKey& key) const {
     return transDefaultDSTable_[key];
   }
-  Kestor::Ptr<TransDefaultDSTableEntry> transDefaultDSTableIs(TransDefaultDSTableKey key,
-                                                              const Status& ptpStatus);
+  Kestor::Ptr<TransDefaultDSTableEntry> transDefaultDSTableIs(TransDefaultDSTableKey key, const Status& ptpStatus);
   Kestor::Ptr<TransDefaultDSTableEntry> transDefaultDSTableDel(TransDefaultDSTableKey key);
-  Kestor::Ptr<TransDefaultDSTableEntry> transDefaultDSTableDel(
-      const TransDefaultDSTable::BasicIteratorConst& position);
+  Kestor::Ptr<TransDefaultDSTableEntry> transDefaultDSTableDel(const TransDefaultDSTable::BasicIteratorConst& position);
   void transDefaultDSTableDelAll();
 
   const PortTable& portTable() const noexcept { return portTable_; }
@@ -83,31 +81,24 @@ class PtpMib final : public Zarn::Entity, public Zarn::SlabAllocated<PtpMib> {
   Kestor::Ptr<const PortTransDSTableEntry> portTransDSTable(const PortTransDSTableKey& key) const {
     return portTransDSTable_[key];
   }
-  Kestor::Ptr<PortTransDSTableEntry> portTransDSTableIs(const PortTransDSTableKey& key,
-                                                        const Status& ptpStatus,
+  Kestor::Ptr<PortTransDSTableEntry> portTransDSTableIs(const PortTransDSTableKey& key, const Status& ptpStatus,
                                                         const Ptp::PortDSKey& portDSKey);
   Kestor::Ptr<PortTransDSTableEntry> portTransDSTableDel(const PortTransDSTableKey& key);
-  Kestor::Ptr<PortTransDSTableEntry> portTransDSTableDel(
-      const PortTransDSTable::BasicIteratorConst& position);
+  Kestor::Ptr<PortTransDSTableEntry> portTransDSTableDel(const PortTransDSTable::BasicIteratorConst& position);
   void portTransDSTableDelAll();
 
   const SystemTable& systemTable() const noexcept { return systemTable_; }
-  Kestor::Ptr<const SystemTableEntry> systemTable(const SystemTableKey& key) const {
-    return systemTable_[key];
-  }
+  Kestor::Ptr<const SystemTableEntry> systemTable(const SystemTableKey& key) const { return systemTable_[key]; }
   Kestor::Ptr<SystemTableEntry> systemTableIs(SystemTableKey key, const Status& ptpStatus);
   Kestor::Ptr<SystemTableEntry> systemTableDel(SystemTableKey key);
   Kestor::Ptr<SystemTableEntry> systemTableDel(const SystemTable::BasicIteratorConst& position);
   void systemTableDelAll();
 
   const SystemDomainTable& systemDomainTable() const noexcept { return systemDomainTable_; }
-  Kestor::Ptr<const SystemDomainTableEntry> systemDomainTable(ClockType key) const {
-    return systemDomainTable_[key];
-  }
+  Kestor::Ptr<const SystemDomainTableEntry> systemDomainTable(ClockType key) const { return systemDomainTable_[key]; }
   Kestor::Ptr<SystemDomainTableEntry> systemDomainTableIs(ClockType key, const Status& ptpStatus);
   Kestor::Ptr<SystemDomainTableEntry> systemDomainTableDel(ClockType key);
-  Kestor::Ptr<SystemDomainTableEntry> systemDomainTableDel(
-      const SystemDomainTable::BasicIteratorConst& position);
+  Kestor::Ptr<SystemDomainTableEntry> systemDomainTableDel(const SystemDomainTable::BasicIteratorConst& position);
   void systemDomainTableDelAll();
 
   static Zarn::MemAllocationTracker memAllocationTracker_;
@@ -119,8 +110,7 @@ class PtpMib final : public Zarn::Entity, public Zarn::SlabAllocated<PtpMib> {
   template <class K, class Row>
   Kestor::Ptr<Row> rowDel(Zarn::RbTreeMap<K, Row>& table, Kestor::AttributeId attribute, const K& key);
   template <class Table>
-  auto rowDelAt(Table& table, Kestor::AttributeId attribute,
-                const typename Table::BasicIteratorConst& position);
+  auto rowDelAt(Table& table, Kestor::AttributeId attribute, const typename Table::BasicIteratorConst& position);
   template <class Table>
   void rowDelAll(Table& table, Kestor::AttributeId attribute);
 

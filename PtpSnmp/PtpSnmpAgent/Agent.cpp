@@ -15,8 +15,7 @@ Agent::~Agent() {
   ptpSnmpSmDel();
 }
 
-Kestor::Ptr<PtpSnmpSm> Agent::ptpSnmpSmIs(const StatusPtr& ptpStatus, const IfMibPtr& ifMib,
-                                          const PtpMibPtr& ptpMib) {
+Kestor::Ptr<PtpSnmpSm> Agent::ptpSnmpSmIs(const StatusPtr& ptpStatus, const IfMibPtr& ifMib, const PtpMibPtr& ptpMib) {
   if (ptpSnmpSm_ && ptpSnmpSm_->ptpStatus() == ptpStatus && ptpSnmpSm_->ifMib() == ifMib &&
       ptpSnmpSm_->ptpMib() == ptpMib) {
     return ptpSnmpSm_;

@@ -25,8 +25,7 @@ class Agent final : public Kestor::Node, public Zarn::SlabAllocated<Agent> {
 
   /// The machine for exactly these three objects: the one there is, or a new one in its place, with its
   /// notifications on. Mind the order of the last two arguments.
-  Kestor::Ptr<PtpSnmpSm> ptpSnmpSmIs(const StatusPtr& ptpStatus, const IfMibPtr& ifMib,
-                                     const PtpMibPtr& ptpMib);
+  Kestor::Ptr<PtpSnmpSm> ptpSnmpSmIs(const StatusPtr& ptpStatus, const IfMibPtr& ifMib, const PtpMibPtr& ptpMib);
   /// Switches the machine's notifications off and releases it.
   void ptpSnmpSmDel();
 

@@ -39,8 +39,7 @@ void PtpSnmpSm::handleInitialized() {
 
 void PtpSnmpSm::handleDefaultDS() {
   static constexpr char signature[] = "void PtpSnmp::Agent::PtpSnmpSm::handleDefaultDS()";
-  agentTrace().trace(flowLevel, "Enter ", signature,
-                     " ptpStatus->defaultDS: ", Kestor::shown(statusDefaultDS()));
+  agentTrace().trace(flowLevel, "Enter ", signature, " ptpStatus->defaultDS: ", Kestor::shown(statusDefaultDS()));
   defaultDSIs(statusDefaultDS());
   agentTrace().trace(flowLevel, "Exit ", signature, " defaultDS: ", Kestor::shown(defaultDS_));
 }

@@ -5,8 +5,7 @@
 namespace PtpSnmp::Agent {
 namespace {
 
-constexpr char portSignature[] =
-    "void PtpSnmp::Agent::PtpSnmpSm::handlePortTablesIndex(const Ptp::PortDSKey&)";
+constexpr char portSignature[] = "void PtpSnmp::Agent::PtpSnmpSm::handlePortTablesIndex(const Ptp::PortDSKey&)";
 
 }  // namespace
 
@@ -45,11 +44,9 @@ void PtpSnmpSm::deletePort(const Ptp::PortDSKey& key, ClockType type) {
 void PtpSnmpSm::addPort(const Ptp::PortDSKey& key, const Ptp::PortDS& portDS, ClockType type) {
   agentTrace().trace(flowLevel, portSignature, " PortDS with key ", key, " was added, or modified");
   const std::uint16_t portNumber = portDS.portIdentity.portNumber.value();
-  ptpMib_->portTableIs(PortTableKey(domainNumber(), type, instanceIndex, portNumber), ptpStatus_, key,
-                       ifMib_);
+  ptpMib_->portTableIs(PortTableKey(domainNumber(), type, instanceIndex, portNumber), ptpStatus_, key, ifMib_);
   if (type == ClockType::transparentClock) {
-    ptpMib_->portTransDSTableIs(PortTransDSTableKey(domainNumber(), instanceIndex, portNumber), ptpStatus_,
-                                key);
+    ptpMib_->portTransDSTableIs(PortTransDSTableKey(domainNumber(), instanceIndex, portNumber), ptpStatus_, key);
   }
   portDSKeyToPortNumberIs(key, portNumber);
 }

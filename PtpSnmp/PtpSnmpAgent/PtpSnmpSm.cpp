@@ -97,8 +97,8 @@ std::uint16_t PtpSnmpSm::portDSKeyToPortNumberDel(const Ptp::PortDSKey& key) {
 
 void PtpSnmpSm::portDSKeyToPortNumberDelAll() { portDSKeyToPortNumber_.clear(); }
 
-void PtpSnmpSm::ptpStatusDispatch(Kestor::Publisher&, Kestor::Subscriber& subscriber,
-                                  Kestor::AttributeId attribute, const void* key, void*) noexcept {
+void PtpSnmpSm::ptpStatusDispatch(Kestor::Publisher&, Kestor::Subscriber& subscriber, Kestor::AttributeId attribute,
+                                  const void* key, void*) noexcept {
   // Held, so that a handler that causes the machine's own deletion does not free it under the call.
   const Kestor::Ptr<PtpSnmpSm> machine(static_cast<PtpSnmpSm*>(subscriber.owner()));
   if (machine->flag(zombieFlag)) return;
@@ -113,8 +113,8 @@ void PtpSnmpSm::ptpStatusDispatch(Kestor::Publisher&, Kestor::Subscriber& subscr
   }
 }
 
-void PtpSnmpSm::defaultDSDispatch(Kestor::Publisher&, Kestor::Subscriber& subscriber,
-                                  Kestor::AttributeId attribute, const void*, void*) noexcept {
+void PtpSnmpSm::defaultDSDispatch(Kestor::Publisher&, Kestor::Subscriber& subscriber, Kestor::AttributeId attribute,
+                                  const void*, void*) noexcept {
   const Kestor::Ptr<PtpSnmpSm> machine(static_cast<PtpSnmpSm*>(subscriber.owner()));
   switch (attribute) {
     case Ptp::DefaultDS::domainNumberAttribute:
@@ -124,8 +124,7 @@ void PtpSnmpSm::defaultDSDispatch(Kestor::Publisher&, Kestor::Subscriber& subscr
       break;
     case Ptp::DefaultDS::clockModeAttribute:
       machine->runUnlessZombie({&PtpSnmpSm::handlePtpTablesIndex, &PtpSnmpSm::handlePortTablesIndexColl,
-                                &PtpSnmpSm::handleSystemDomainTableIndex,
-                                &PtpSnmpSm::handleSystemTableIndex});
+                                &PtpSnmpSm::handleSystemDomainTableIndex, &PtpSnmpSm::handleSystemTableIndex});
       break;
     default: break;
   }

@@ -35,8 +35,7 @@ class PtpSnmpSm final : public Kestor::Node, public Zarn::SlabAllocated<PtpSnmpS
   /// status. Rows stay in the container.
   ~PtpSnmpSm() override;
   /// A new machine with its notifications on.
-  static Kestor::Ptr<PtpSnmpSm> PtpSnmpSmIs(const StatusPtr& ptpStatus, const IfMibPtr& ifMib,
-                                            const PtpMibPtr& ptpMib);
+  static Kestor::Ptr<PtpSnmpSm> PtpSnmpSmIs(const StatusPtr& ptpStatus, const IfMibPtr& ifMib, const PtpMibPtr& ptpMib);
   const Zarn::TypeData& typeData() const noexcept override;
   static const Zarn::TypeData& type() noexcept;
 

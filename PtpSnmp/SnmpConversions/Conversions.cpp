@@ -27,8 +27,7 @@ std::int32_t bigEndian(std::uint64_t value, unsigned char* buffer, std::int32_t 
 
 }  // namespace
 
-std::int32_t PtpClockTypeToAsnInteger(const PtpSnmp::ClockType& value, unsigned char* buffer,
-                                      std::int32_t length) {
+std::int32_t PtpClockTypeToAsnInteger(const PtpSnmp::ClockType& value, unsigned char* buffer, std::int32_t length) {
   static constexpr std::array mibInteger{1, 2, 3, 4, 0};
   const unsigned index = code(value);
   return asnInteger(index < mibInteger.size() ? mibInteger[index] : 0, buffer, length);
@@ -50,15 +49,12 @@ std::int32_t ClockIdentityToAsnOctetString(const Ptp::ClockIdentity& value, unsi
   return bigEndian(value.id.value(), buffer, length);
 }
 
-std::int32_t PortIdentityToAsnOctetString(const Ptp::PortIdentity& value, unsigned char* buffer,
-                                          std::int32_t length) {
+std::int32_t PortIdentityToAsnOctetString(const Ptp::PortIdentity& value, unsigned char* buffer, std::int32_t length) {
   const Kestor::String text = value.stringValue();
-  return Snmp::StringToAsnOctetStringF{}(text, buffer,
-                                         static_cast<std::size_t>(static_cast<std::int64_t>(length)));
+  return Snmp::StringToAsnOctetStringF{}(text, buffer, static_cast<std::size_t>(static_cast<std::int64_t>(length)));
 }
 
-std::int32_t PtpModeAsDelayToAsnInteger(const Ptp::PtpMode& value, unsigned char* buffer,
-                                        std::int32_t length) {
+std::int32_t PtpModeAsDelayToAsnInteger(const Ptp::PtpMode& value, unsigned char* buffer, std::int32_t length) {
   switch (code(value)) {
     case 3:
     case 4: return asnInteger(1, buffer, length);
@@ -67,13 +63,11 @@ std::int32_t PtpModeAsDelayToAsnInteger(const Ptp::PtpMode& value, unsigned char
   }
 }
 
-std::int32_t PtpRoleToAsnInteger(const PtpMib::ClockRoleType& value, unsigned char* buffer,
-                                 std::int32_t length) {
+std::int32_t PtpRoleToAsnInteger(const PtpMib::ClockRoleType& value, unsigned char* buffer, std::int32_t length) {
   return asnInteger(code(value) == 1 ? 2 : 1, buffer, length);
 }
 
-std::int32_t AddressTypeToAsnOid(const Ptp::TransportMode& value, unsigned char* buffer,
-                                 std::int32_t length) {
+std::int32_t AddressTypeToAsnOid(const Ptp::TransportMode& value, unsigned char* buffer, std::int32_t length) {
   std::string_view text;
   switch (code(value)) {
     case 0: text = ".1.3.6.1.2.1.241.1.2.12.3"; break;
@@ -85,8 +79,7 @@ std::int32_t AddressTypeToAsnOid(const Ptp::TransportMode& value, unsigned char*
                                                static_cast<std::size_t>(static_cast<std::int64_t>(length)));
 }
 
-std::int32_t DelayMechToAsnInteger(const Ptp::DelayMechanism& value, unsigned char* buffer,
-                                   std::int32_t length) {
+std::int32_t DelayMechToAsnInteger(const Ptp::DelayMechanism& value, unsigned char* buffer, std::int32_t length) {
   switch (code(value)) {
     case 1: return asnInteger(1, buffer, length);
     case 2: return asnInteger(2, buffer, length);

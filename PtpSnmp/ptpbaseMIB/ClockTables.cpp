@@ -43,8 +43,7 @@ struct ptpbaseClockParentDSTable {
   static constexpr unsigned firstColumn = 4;
   static constexpr unsigned lastColumn = 13;
   static constexpr Column<Row> columns[] = {
-      {4, "ptpbaseClockParentDSParentPortIdentity", "parentPortIdentity",
-       PortIdentity<&Row::parentPortIdentity>},
+      {4, "ptpbaseClockParentDSParentPortIdentity", "parentPortIdentity", PortIdentity<&Row::parentPortIdentity>},
       {5, "ptpbaseClockParentDSParentStats", "parentStats", Bool<&Row::parentStats>},
       {6, "ptpbaseClockParentDSOffset", "offset", S32<&Row::offset>},
       {7, "ptpbaseClockParentDSClockPhChRate", "clockPhChRate", S32<&Row::clockPhChRate>},
@@ -52,11 +51,9 @@ struct ptpbaseClockParentDSTable {
       {9, "ptpbaseClockParentDSGMClockPriority1", "gmClockPriority1", U32<&Row::gmClockPriority1>},
       {10, "ptpbaseClockParentDSGMClockPriority2", "gmClockPriority2", U32<&Row::gmClockPriority2>},
       {11, "ptpbaseClockParentDSGMClockQualityClass", "gmClockQualityClass", S32<&Row::gmClockQualityClass>},
-      {12, "ptpbaseClockParentDSGMClockQualityAccuracy", "gmClockQualityAccuracy",
-       S32<&Row::gmClockQualityAccuracy>},
+      {12, "ptpbaseClockParentDSGMClockQualityAccuracy", "gmClockQualityAccuracy", S32<&Row::gmClockQualityAccuracy>},
       // Unsigned here, while the default data set's quality offset is signed: so the MIB types them.
-      {13, "ptpbaseClockParentDSGMClockQualityOffset", "gmClockQualityOffset",
-       U32<&Row::gmClockQualityOffset>},
+      {13, "ptpbaseClockParentDSGMClockQualityOffset", "gmClockQualityOffset", U32<&Row::gmClockQualityOffset>},
   };
 };
 

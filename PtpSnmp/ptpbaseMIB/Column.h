@@ -78,24 +78,21 @@ constexpr Encoding<detail::Row<Attribute>> S32{"S32ToAsnInteger", ASN_INTEGER, p
                                                detail::encodeGeneric<Attribute, int, Snmp::S32ToAsnIntegerF>};
 
 template <auto Attribute>
-constexpr Encoding<detail::Row<Attribute>> U32{
-    "U32ToAsnUnsigned", ASN_GAUGE, plain,
-    detail::encodeGeneric<Attribute, unsigned, Snmp::U32ToAsnUnsignedF>};
+constexpr Encoding<detail::Row<Attribute>> U32{"U32ToAsnUnsigned", ASN_GAUGE, plain,
+                                               detail::encodeGeneric<Attribute, unsigned, Snmp::U32ToAsnUnsignedF>};
 
 /// The same, sent as Counter32.
 template <auto Attribute>
 constexpr Encoding<detail::Row<Attribute>> U32AsCounter32{
-    "U32ToAsnUnsigned", ASN_COUNTER, plain,
-    detail::encodeGeneric<Attribute, unsigned, Snmp::U32ToAsnUnsignedF>};
+    "U32ToAsnUnsigned", ASN_COUNTER, plain, detail::encodeGeneric<Attribute, unsigned, Snmp::U32ToAsnUnsignedF>};
 
 template <auto Attribute>
-constexpr Encoding<detail::Row<Attribute>> Bool{
-    "BoolToAsnInteger", ASN_INTEGER, plain, detail::encodeGeneric<Attribute, bool, Snmp::BoolToAsnIntegerF>};
+constexpr Encoding<detail::Row<Attribute>> Bool{"BoolToAsnInteger", ASN_INTEGER, plain,
+                                                detail::encodeGeneric<Attribute, bool, Snmp::BoolToAsnIntegerF>};
 
 template <auto Attribute>
 constexpr Encoding<detail::Row<Attribute>> Counter64{
-    "U64ToCounter64", ASN_COUNTER64, plain,
-    detail::encodeGeneric<Attribute, unsigned long, Snmp::U64ToCounter64F>};
+    "U64ToCounter64", ASN_COUNTER64, plain, detail::encodeGeneric<Attribute, unsigned long, Snmp::U64ToCounter64F>};
 
 template <auto Attribute>
 constexpr Encoding<detail::Row<Attribute>> Name{

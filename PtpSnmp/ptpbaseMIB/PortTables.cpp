@@ -49,8 +49,7 @@ struct ptpbaseClockPortDSTable {
   static constexpr Column<Row> columns[] = {
       {5, "ptpbaseClockPortDSName", "name", Name<&Row::name>},
       {6, "ptpbaseClockPortDSPortIdentity", "portIdentity", PortIdentity<&Row::portIdentity>},
-      {7, "ptpbaseClockPortDSlogAnnouncementInterval", "logAnnouncementInterval",
-       S32<&Row::logAnnouncementInterval>},
+      {7, "ptpbaseClockPortDSlogAnnouncementInterval", "logAnnouncementInterval", S32<&Row::logAnnouncementInterval>},
       {8, "ptpbaseClockPortDSAnnounceRctTimeout", "announceRctTimeout", S32<&Row::announceRctTimeout>},
       {9, "ptpbaseClockPortDSlogSyncInterval", "logSyncInterval", S32<&Row::logSyncInterval>},
       {10, "ptpbaseClockPortDSMinDelayReqInterval", "minDelayReqInterval", S32<&Row::minDelayReqInterval>},
@@ -84,8 +83,7 @@ struct ptpbaseClockPortRunningTable {
       {7, "ptpbaseClockPortRunningRole", "role", Role<&Row::role>},
       {8, "ptpbaseClockPortRunningInterfaceIndex", "interfaceIndex", S32<&Row::interfaceIndex>},
       {9, "ptpbaseClockPortRunningTransport", "transport", Transport<&Row::transport>},
-      {10, "ptpbaseClockPortRunningEncapsulationType", "encapsulationType",
-       Transport<&Row::encapsulationType>},
+      {10, "ptpbaseClockPortRunningEncapsulationType", "encapsulationType", Transport<&Row::encapsulationType>},
       {11, "ptpbaseClockPortRunningTxMode", "txMode", RxTxMode<&Row::txMode>},
       {12, "ptpbaseClockPortRunningRxMode", "rxMode", RxTxMode<&Row::rxMode>},
       // Received before sent here, sent before received in the clock's running table: the MIB numbers them
@@ -114,8 +112,7 @@ struct ptpbaseClockPortTransDSTable {
       {4, "ptpbaseClockPortTransDSPortIdentity", "portIdentity", ClockIdentity<&Row::portIdentity>},
       {5, "ptpbaseClockPortTransDSlogMinPdelayReqInt", "logMinPdelayReqInt", S32<&Row::logMinPdelayReqInt>},
       {6, "ptpbaseClockPortTransDSFaultyFlag", "faultyFlag", Bool<&Row::faultyFlag>},
-      {7, "ptpbaseClockPortTransDSPeerMeanPathDelay", "peerMeanPathDelay",
-       TimeInterval<&Row::peerMeanPathDelay>},
+      {7, "ptpbaseClockPortTransDSPeerMeanPathDelay", "peerMeanPathDelay", TimeInterval<&Row::peerMeanPathDelay>},
   };
 };
 

@@ -34,8 +34,7 @@ class TableIterator {
   /// Begins a walk at the row that the hint names, or else at the first row. The loop-context slot holds the
   /// hint when the library calls, and must hold a loop context when this returns, or the library would free
   /// the hint.
-  static netsnmp_variable_list* getFirst(void** loopContext, void** /*dataContext*/,
-                                         netsnmp_variable_list* indexes,
+  static netsnmp_variable_list* getFirst(void** loopContext, void** /*dataContext*/, netsnmp_variable_list* indexes,
                                          netsnmp_iterator_info* info) noexcept {
     const auto& record = *static_cast<const Snmp::RegVoid*>(info->myvoid);
     const auto& rows = T::rows(*static_cast<const PtpMib*>(record.data()));
@@ -58,14 +57,12 @@ class TableIterator {
       count(record, Snmp::startedAtFirst);
     }
     auto* const context = new Iterator(std::move(position));
-    trace("_get_first_data_point - allocated new loop context ", address(context),
-          ", hintMatched=", hintMatched);
+    trace("_get_first_data_point - allocated new loop context ", address(context), ", hintMatched=", hintMatched);
     *loopContext = context;
     return writeIndex(context, indexes);
   }
 
-  static netsnmp_variable_list* getNext(void** loopContext, void** dataContext,
-                                        netsnmp_variable_list* indexes,
+  static netsnmp_variable_list* getNext(void** loopContext, void** dataContext, netsnmp_variable_list* indexes,
                                         netsnmp_iterator_info* info) noexcept {
     const auto& record = *static_cast<const Snmp::RegVoid*>(info->myvoid);
     auto* const context = static_cast<Iterator*>(*loopContext);
@@ -75,8 +72,7 @@ class TableIterator {
       return nullptr;
     }
     auto* const data = static_cast<Iterator*>(*dataContext);
-    trace("_get_next_data_point - advancing loop context ", address(context), " ; data context ",
-          address(data));
+    trace("_get_next_data_point - advancing loop context ", address(context), " ; data context ", address(data));
     context->advance();
     count(record, context->atEnd() ? Snmp::nextAtEnd : Snmp::nextAdvanced);
     if (data != nullptr) *data = *context;
@@ -98,8 +94,7 @@ class TableIterator {
 
   static void* makeDataContext(const void* loopContext) noexcept {
     auto* const context = new Iterator(*static_cast<const Iterator*>(loopContext));
-    trace("_make_data_context - allocated data context ", address(context), " for loop context ",
-          address(loopContext));
+    trace("_make_data_context - allocated data context ", address(context), " for loop context ", address(loopContext));
     return context;
   }
 
@@ -114,9 +109,7 @@ class TableIterator {
   }
 
   /// The row that a data context stands on.
-  static const typename T::Row& row(const void* dataContext) {
-    return **static_cast<const Iterator*>(dataContext);
-  }
+  static const typename T::Row& row(const void* dataContext) { return **static_cast<const Iterator*>(dataContext); }
 
  private:
   static const void* address(const void* pointer) noexcept { return pointer; }
@@ -164,15 +157,14 @@ class TableIterator {
     constexpr const char* name = T::indexNames[I];
     constexpr unsigned expected = Component<Value>::asnType;
     if (component.type != expected) {
-      snmpTrace().trace(errorLevel, "hint for ", name, " has incorrect type! Expecting ", expected,
-                        " but got ", unsigned{component.type});
+      snmpTrace().trace(errorLevel, "hint for ", name, " has incorrect type! Expecting ", expected, " but got ",
+                        unsigned{component.type});
       return false;
     }
     try {
       value = Component<Value>::parse(component.val.integer);
     } catch (const std::exception& why) {
-      snmpTrace().trace(errorLevel, "hint for index ", name, " of ", T::name, " is out of range! ",
-                        why.what());
+      snmpTrace().trace(errorLevel, "hint for index ", name, " of ", T::name, " is out of range! ", why.what());
       return false;
     }
     snmpTrace().trace(requestLevel, "hint component ", name, " is '", value, "'");
@@ -186,8 +178,7 @@ class TableIterator {
     trace("IterationHelper - iterator has another value: ", Index::template name<I>(), "=", value);
     std::array<u_char, maxBuffer> buffer;
     const std::int32_t length = Component<Value>::encode(value, buffer.data(), maxBuffer);
-    snmp_set_var_typed_value(varbind, Component<Value>::asnType, buffer.data(),
-                             static_cast<std::size_t>(length));
+    snmp_set_var_typed_value(varbind, Component<Value>::asnType, buffer.data(), static_cast<std::size_t>(length));
     varbind = varbind->next_variable;
   }
 };
@@ -261,24 +252,21 @@ class TableHandler {
   // Converts the column's value on this frame and hands it to the varbind; false, with a trace, where it has
   // none.
   static bool serve(const Column<Row>& column, const Row& row, netsnmp_request_info& request) {
-    snmpTrace().trace(requestLevel, T::name, "_handler: request GET for column ", column.name, ", key ",
-                      row.key());
+    snmpTrace().trace(requestLevel, T::name, "_handler: request GET for column ", column.name, ", key ", row.key());
     std::array<u_char, maxBuffer> buffer;
     const Encoding<Row>& encoding = column.encoding;
     const std::int32_t length = encoding.encode(row, buffer.data(), encoding.length.buffer);
     if (length < 0) {
-      snmpTrace().trace(requestLevel, "handle_", T::name, " - ", encoding.converter,
-                        " failed for: ", column.attribute);
+      snmpTrace().trace(requestLevel, "handle_", T::name, " - ", encoding.converter, " failed for: ", column.attribute);
       return false;
     }
     if (encoding.length.checked && (length < encoding.length.min || length > encoding.length.max)) {
       snmpTrace().trace(requestLevel, "handle_", T::name,
-                        " - entity /<sysname>/snmp/ptp/ptpmib length out of range: ", column.attribute, " (",
-                        length, ")");
+                        " - entity /<sysname>/snmp/ptp/ptpmib length out of range: ", column.attribute, " (", length,
+                        ")");
       return false;
     }
-    snmp_set_var_typed_value(request.requestvb, encoding.asnType, buffer.data(),
-                             static_cast<std::size_t>(length));
+    snmp_set_var_typed_value(request.requestvb, encoding.asnType, buffer.data(), static_cast<std::size_t>(length));
     return true;
   }
 };

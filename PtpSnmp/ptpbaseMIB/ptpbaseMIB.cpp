@@ -31,8 +31,7 @@ std::map<Kestor::String, std::list<netsnmp_handler_registration*>> registrations
 std::map<Kestor::String, std::list<netsnmp_column_info*>> columnInfos;
 
 // An assertion that a release build keeps: serving with a half-made table is worse than not starting.
-void require(bool holds, const char* expression,
-             const std::source_location& where = std::source_location::current()) {
+void require(bool holds, const char* expression, const std::source_location& where = std::source_location::current()) {
   if (holds) return;
   std::cerr << where.file_name() << ':' << where.line() << ": " << where.function_name() << ": Assertion `"
             << expression << "' failed." << std::endl;
@@ -55,8 +54,7 @@ Kestor::String oidText(std::span<const oid> id) {
 Snmp::RegVoidCollByContext& regVoidColl() {
   Zarn::Entity* coll = Zarn::Entity::singletonExists(Snmp::RegVoidCollByContext::typeName);
   if (coll == nullptr) {
-    coll =
-        Zarn::Entity::singletonIs(Snmp::RegVoidCollByContext::typeName, Snmp::RegVoidCollByContext::factory);
+    coll = Zarn::Entity::singletonIs(Snmp::RegVoidCollByContext::typeName, Snmp::RegVoidCollByContext::factory);
   }
   return static_cast<Snmp::RegVoidCollByContext&>(*coll);
 }
@@ -64,8 +62,8 @@ Snmp::RegVoidCollByContext& regVoidColl() {
 PtpSnmp::PtpMib* resolvePtpMib(const char* table) {
   Zarn::Entity* const e = SnmpUtil::getEntityRelative(ptpMibPath);
   if (e == nullptr) {
-    std::cerr << "Can not getEntityRelative( " << ptpMibPath << " ) for table " << table
-              << ". Is this path correct?" << std::endl;
+    std::cerr << "Can not getEntityRelative( " << ptpMibPath << " ) for table " << table << ". Is this path correct?"
+              << std::endl;
   }
   require(e != nullptr, "e");
   auto* const ptr = dynamic_cast<PtpSnmp::PtpMib*>(e);
@@ -84,13 +82,13 @@ netsnmp_column_info* newColumnInfo(const PtpSnmp::Mib::TableDescription& table) 
   return info;
 }
 
-netsnmp_table_registration_info* newTableInfo(const PtpSnmp::Mib::TableDescription& table,
-                                              netsnmp_column_info* columns, const Kestor::String& context) {
+netsnmp_table_registration_info* newTableInfo(const PtpSnmp::Mib::TableDescription& table, netsnmp_column_info* columns,
+                                              const Kestor::String& context) {
   auto* const info = allocateZeroed<netsnmp_table_registration_info>();
   for (const PtpSnmp::Mib::IndexComponent& index : table.indexes) {
     if (snmp_varlist_add_variable(&info->indexes, nullptr, 0, index.asnType, nullptr, 0) == nullptr) {
-      snmpTrace().trace(errorLevel, "Failed to set up ", index.name, " in netsnmp table_info in context \"",
-                        context, "\"");
+      snmpTrace().trace(errorLevel, "Failed to set up ", index.name, " in netsnmp table_info in context \"", context,
+                        "\"");
     }
   }
   info->min_column = table.columns.front();
@@ -128,13 +126,12 @@ void debugInitializing(const Kestor::String& context,
 
 void PtpSnmp::Mib::registerTable(const TableDescription& table, const Kestor::String& context) {
   if (snmpTrace().on(registrationLevel)) {
-    snmpTrace().trace(registrationLevel, "initialize_table_", table.name, " initializing oid ",
-                      oidText(table.rootOid), " in context \"", context, "\"");
+    snmpTrace().trace(registrationLevel, "initialize_table_", table.name, " initializing oid ", oidText(table.rootOid),
+                      " in context \"", context, "\"");
   }
   const Kestor::String handlerName = Kestor::String(table.name) + "_" + context;
-  netsnmp_handler_registration* const registration =
-      netsnmp_create_handler_registration(handlerName.c_str(), table.handler, table.rootOid.data(),
-                                          table.rootOid.size(), HANDLER_CAN_GETANDGETNEXT);
+  netsnmp_handler_registration* const registration = netsnmp_create_handler_registration(
+      handlerName.c_str(), table.handler, table.rootOid.data(), table.rootOid.size(), HANDLER_CAN_GETANDGETNEXT);
   require(registration != nullptr, "registration");
   if (!context.empty()) {
     netsnmp_handler_registration_free(registration);

@@ -25,8 +25,7 @@ const Zarn::EnumData& enumData(PortState) {
 }
 
 const Zarn::EnumData& enumData(DelayMechanism) {
-  static constexpr Zarn::EnumeratorData enumerators[] = {
-      {0, "none"}, {1, "e2e"}, {2, "p2p"}, {0xfe, "disabled"}};
+  static constexpr Zarn::EnumeratorData enumerators[] = {{0, "none"}, {1, "e2e"}, {2, "p2p"}, {0xfe, "disabled"}};
   static constexpr Zarn::EnumData data{"Ptp::DelayMechanism", enumerators};
   return data;
 }
@@ -48,8 +47,7 @@ const Zarn::EnumData& enumData(ClockRoleType) {
 }
 
 const Zarn::EnumData& enumData(RxTxMode) {
-  static constexpr Zarn::EnumeratorData enumerators[] = {
-      {0, "unicast"}, {1, "multicast"}, {2, "multicastMix"}};
+  static constexpr Zarn::EnumeratorData enumerators[] = {{0, "unicast"}, {1, "multicast"}, {2, "multicastMix"}};
   static constexpr Zarn::EnumData data{"PtpMib::RxTxMode", enumerators};
   return data;
 }

@@ -33,8 +33,7 @@ std::optional<std::uint64_t> parseClock(std::string_view text) {
 ClockIdentity::ClockIdentity(std::string_view text) {
   const auto value = parseClock(text);
   if (!value) {
-    throw Zarn::RangeException(
-        fmt::format("\"{}\" is not a clock identity such as \"001122.fffe.334455\"", text));
+    throw Zarn::RangeException(fmt::format("\"{}\" is not a clock identity such as \"001122.fffe.334455\"", text));
   }
   id.valueIs(*value);
 }
@@ -47,11 +46,9 @@ Kestor::String ClockIdentity::stringValue() const {
 PortIdentity::PortIdentity(std::string_view text) {
   const std::size_t dash = text.find('-');
   const auto clock = parseClock(text.substr(0, dash));
-  const auto port =
-      dash == std::string_view::npos ? std::nullopt : parse<std::uint16_t>(text.substr(dash + 1), 10);
+  const auto port = dash == std::string_view::npos ? std::nullopt : parse<std::uint16_t>(text.substr(dash + 1), 10);
   if (!clock || !port) {
-    throw Zarn::RangeException(
-        fmt::format("\"{}\" is not a port identity such as \"001122.fffe.334455-1\"", text));
+    throw Zarn::RangeException(fmt::format("\"{}\" is not a port identity such as \"001122.fffe.334455-1\"", text));
   }
   clockIdentity.id.valueIs(*clock);
   portNumber.valueIs(*port);
@@ -61,11 +58,7 @@ Kestor::String PortIdentity::stringValue() const {
   return fmt::format("{}-{}", clockIdentity.stringValue(), portNumber.value());
 }
 
-std::ostream& operator<<(std::ostream& os, const ClockIdentity& identity) {
-  return os << identity.stringValue();
-}
-std::ostream& operator<<(std::ostream& os, const PortIdentity& identity) {
-  return os << identity.stringValue();
-}
+std::ostream& operator<<(std::ostream& os, const ClockIdentity& identity) { return os << identity.stringValue(); }
+std::ostream& operator<<(std::ostream& os, const PortIdentity& identity) { return os << identity.stringValue(); }
 
 }  // namespace Ptp

@@ -5,8 +5,7 @@
 namespace Ptp {
 
 std::uint64_t PortDSKey::hash(std::uint64_t seed) const noexcept {
-  return Zarn::singleAttributeHash(portNumber.value(),
-                                   Zarn::singleAttributeHash(clockIdentity.value(), seed));
+  return Zarn::singleAttributeHash(portNumber.value(), Zarn::singleAttributeHash(clockIdentity.value(), seed));
 }
 
 std::ostream& operator<<(std::ostream& os, const PortDSKey& key) { return os << key.stringValue(); }

@@ -31,8 +31,7 @@ struct PortDSKey {
   friend bool operator==(const PortDSKey&, const PortDSKey&) noexcept = default;
   /// By clock identity, then by port number, as numbers.
   friend std::strong_ordering operator<=>(const PortDSKey& left, const PortDSKey& right) noexcept {
-    if (const auto order = left.clockIdentity.value() <=> right.clockIdentity.value(); order != 0)
-      return order;
+    if (const auto order = left.clockIdentity.value() <=> right.clockIdentity.value(); order != 0) return order;
     return left.portNumber.value() <=> right.portNumber.value();
   }
 };

@@ -35,15 +35,9 @@ void Status::referenceIs(Kestor::Ptr<T>& held, Kestor::Ptr<T>& given, Kestor::At
   publisher().publish(attribute);
 }
 
-void Status::defaultDSIs(Kestor::Ptr<DefaultDS> defaultDS) {
-  referenceIs(defaultDS_, defaultDS, defaultDSAttribute);
-}
-void Status::currentDSIs(Kestor::Ptr<CurrentDS> currentDS) {
-  referenceIs(currentDS_, currentDS, currentDSAttribute);
-}
-void Status::parentDSIs(Kestor::Ptr<ParentDS> parentDS) {
-  referenceIs(parentDS_, parentDS, parentDSAttribute);
-}
+void Status::defaultDSIs(Kestor::Ptr<DefaultDS> defaultDS) { referenceIs(defaultDS_, defaultDS, defaultDSAttribute); }
+void Status::currentDSIs(Kestor::Ptr<CurrentDS> currentDS) { referenceIs(currentDS_, currentDS, currentDSAttribute); }
+void Status::parentDSIs(Kestor::Ptr<ParentDS> parentDS) { referenceIs(parentDS_, parentDS, parentDSAttribute); }
 void Status::timePropertiesDSIs(Kestor::Ptr<TimePropertiesDS> timePropertiesDS) {
   referenceIs(timePropertiesDS_, timePropertiesDS, timePropertiesDSAttribute);
 }

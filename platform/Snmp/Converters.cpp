@@ -26,8 +26,7 @@ std::int32_t writeInteger(T value, unsigned char* buffer, std::size_t length) no
 
 }  // namespace
 
-std::int32_t S32ToAsnIntegerF::operator()(int value, unsigned char* buffer,
-                                          std::size_t length) const noexcept {
+std::int32_t S32ToAsnIntegerF::operator()(int value, unsigned char* buffer, std::size_t length) const noexcept {
   return writeInteger(value, buffer, length);
 }
 
@@ -36,8 +35,7 @@ std::int32_t U32ToAsnUnsignedF::operator()(unsigned int value, unsigned char* bu
   return writeInteger(value, buffer, length);
 }
 
-std::int32_t BoolToAsnIntegerF::operator()(bool value, unsigned char* buffer,
-                                           std::size_t length) const noexcept {
+std::int32_t BoolToAsnIntegerF::operator()(bool value, unsigned char* buffer, std::size_t length) const noexcept {
   return writeInteger(value ? 1 : 2, buffer, length);
 }
 
@@ -69,8 +67,7 @@ std::uint32_t AsnUnsignedToU32(const void* value) {
 int AsnIntegerToS32(const void* value) {
   long number = 0;
   std::memcpy(&number, value, sizeof number);
-  if (number < std::numeric_limits<std::int32_t>::min() ||
-      number > std::numeric_limits<std::int32_t>::max()) {
+  if (number < std::numeric_limits<std::int32_t>::min() || number > std::numeric_limits<std::int32_t>::max()) {
     throw Zarn::RangeException(fmt::format("{} does not fit a signed 32-bit integer", number));
   }
   return static_cast<int>(number);

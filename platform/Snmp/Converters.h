@@ -29,16 +29,14 @@ struct BoolToAsnIntegerF {
 };
 /// The string's bytes, without a terminator.
 struct StringToAsnOctetStringF {
-  std::int32_t operator()(const Kestor::String& value, unsigned char* buffer,
-                          std::size_t length) const noexcept;
+  std::int32_t operator()(const Kestor::String& value, unsigned char* buffer, std::size_t length) const noexcept;
 };
 struct U64ToCounter64F {
   std::int32_t operator()(unsigned long value, unsigned char* buffer, std::size_t length) const noexcept;
 };
 /// The array of sub-identifiers; 0 bytes for the empty identifier, which goes out as zeroDotZero.
 struct SnmpObjectIdentifierToAsnOidF {
-  std::int32_t operator()(const ObjectIdentifier& value, unsigned char* buffer,
-                          std::size_t length) const noexcept;
+  std::int32_t operator()(const ObjectIdentifier& value, unsigned char* buffer, std::size_t length) const noexcept;
 };
 
 /// Read the value of a varbind of type Unsigned32 or INTEGER, which the agent library keeps as a long. Throw

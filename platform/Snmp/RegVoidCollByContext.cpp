@@ -19,8 +19,8 @@ const Zarn::TypeData& RegVoidCollByContext::typeData() const noexcept {
   return data;
 }
 
-Kestor::Ptr<RegVoid> RegVoidCollByContext::addRegVoid(const Kestor::String& context,
-                                                      const Kestor::String& table, void* data) {
+Kestor::Ptr<RegVoid> RegVoidCollByContext::addRegVoid(const Kestor::String& context, const Kestor::String& table,
+                                                      void* data) {
   return records_[{context, table}] = Kestor::make<RegVoid>(data);
 }
 
@@ -28,8 +28,7 @@ void RegVoidCollByContext::delRegVoid(const Kestor::String& context, const Kesto
   records_.erase({context, table});
 }
 
-Kestor::Ptr<RegVoid> RegVoidCollByContext::regVoid(const Kestor::String& context,
-                                                   const Kestor::String& table) const {
+Kestor::Ptr<RegVoid> RegVoidCollByContext::regVoid(const Kestor::String& context, const Kestor::String& table) const {
   const auto it = records_.find({context, table});
   return it == records_.end() ? nullptr : it->second;
 }

@@ -9,8 +9,7 @@
 namespace Zarn {
 
 const EnumeratorData* EnumData::find(unsigned code) const noexcept {
-  const auto it =
-      std::ranges::find(enumerators, code, [](const EnumeratorData& e) { return unsigned{e.code}; });
+  const auto it = std::ranges::find(enumerators, code, [](const EnumeratorData& e) { return unsigned{e.code}; });
   return it == enumerators.end() ? nullptr : &*it;
 }
 

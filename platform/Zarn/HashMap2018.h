@@ -23,9 +23,7 @@ std::uint64_t singleAttributeHash(std::uint64_t value, std::uint64_t seed) noexc
 template <class Node>
 class HashMap2018 {
   struct Hash {
-    std::size_t operator()(const typename Node::Key& key) const noexcept {
-      return Node::hash(key, hashSeed());
-    }
+    std::size_t operator()(const typename Node::Key& key) const noexcept { return Node::hash(key, hashSeed()); }
   };
   using Map = std::unordered_map<typename Node::Key, typename Node::Value, Hash>;
 

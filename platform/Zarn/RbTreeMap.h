@@ -9,9 +9,8 @@
 namespace Zarn {
 
 /// The links by which an RbTreeMap keeps a row. Base class of every row type.
-using RbTreeMapHook =
-    boost::intrusive::set_base_hook<boost::intrusive::link_mode<boost::intrusive::safe_link>,
-                                    boost::intrusive::optimize_size<true>>;
+using RbTreeMapHook = boost::intrusive::set_base_hook<boost::intrusive::link_mode<boost::intrusive::safe_link>,
+                                                      boost::intrusive::optimize_size<true>>;
 
 /// An ordered map whose rows carry their own key and links.
 ///

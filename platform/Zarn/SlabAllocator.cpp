@@ -13,9 +13,7 @@ MemAllocationTracker::List& MemAllocationTracker::all() noexcept {
   return *list;
 }
 
-MemAllocationTracker::MemAllocationTracker(std::string_view type) noexcept : type_(type) {
-  all().push_back(*this);
-}
+MemAllocationTracker::MemAllocationTracker(std::string_view type) noexcept : type_(type) { all().push_back(*this); }
 
 MemAllocationTracker::~MemAllocationTracker() { all().erase(List::s_iterator_to(*this)); }
 

@@ -22,8 +22,7 @@ Kestor::String attributeText(const Kestor::Node& node, std::string_view name) {
   return found->text(node);
 }
 
-void attributeEntityIs(Kestor::Node& node, std::string_view name,
-                       std::span<const Kestor::Ptr<Entity>> arguments) {
+void attributeEntityIs(Kestor::Node& node, std::string_view name, std::span<const Kestor::Ptr<Entity>> arguments) {
   const AttributeData* found = node.typeData().attribute(name);
   if (found == nullptr || found->entityIs == nullptr) {
     throw NameNotFoundException(fmt::format("{} has no entity attribute \"{}\"", node.fwkType(), name));

@@ -67,8 +67,7 @@ struct MemberClass<R C::*> {
 /// The record of an attribute that an accessor (or a public data member) of the class reads. Derived names
 /// the node's own class where the accessor belongs to a base of it.
 template <auto Accessor, class Derived = typename detail::MemberClass<decltype(Accessor)>::Type>
-constexpr AttributeData attribute(std::uint16_t id, std::string_view name,
-                                  AttributeData::EntityIs entityIs = nullptr) {
+constexpr AttributeData attribute(std::uint16_t id, std::string_view name, AttributeData::EntityIs entityIs = nullptr) {
   return {id, name,
           [](const Kestor::Node& node) {
             std::ostringstream os;
@@ -87,7 +86,6 @@ constexpr AttributeData attribute(std::uint16_t id, std::string_view name,
 Kestor::String attributeText(const Kestor::Node& node, std::string_view name);
 
 /// Sets an entity attribute by name. Throws NameNotFoundException where there is none that can be set.
-void attributeEntityIs(Kestor::Node& node, std::string_view name,
-                       std::span<const Kestor::Ptr<Entity>> arguments);
+void attributeEntityIs(Kestor::Node& node, std::string_view name, std::span<const Kestor::Ptr<Entity>> arguments);
 
 }  // namespace Zarn

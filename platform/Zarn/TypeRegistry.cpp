@@ -17,14 +17,12 @@ void TypeRegistry::moduleIs(const ModuleData& module) {
   auto enums = enums_;
   for (const TypeData* type : module.types) {
     if (!types.emplace(type->name, type).second) {
-      throw RangeException(
-          fmt::format("module {}: the type {} is registered already", module.name, type->name));
+      throw RangeException(fmt::format("module {}: the type {} is registered already", module.name, type->name));
     }
   }
   for (const EnumData* data : module.enums) {
     if (!enums.emplace(data->name, data).second) {
-      throw RangeException(
-          fmt::format("module {}: the enumeration {} is registered already", module.name, data->name));
+      throw RangeException(fmt::format("module {}: the enumeration {} is registered already", module.name, data->name));
     }
   }
   types_.swap(types);

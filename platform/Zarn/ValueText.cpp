@@ -22,8 +22,7 @@ void sequenceToValue(CharRange& text, std::uint32_t* value) {
   const std::string_view at = text.rest();
   const std::string_view digits = text.takeWhile(isDigit);
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), *value);
-  if (error != std::errc{})
-    throw RangeException(fmt::format("expected an unsigned 32-bit number at \"{}\"", at));
+  if (error != std::errc{}) throw RangeException(fmt::format("expected an unsigned 32-bit number at \"{}\"", at));
 }
 
 std::string_view takeName(CharRange& text) {
