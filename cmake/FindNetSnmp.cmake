@@ -11,7 +11,7 @@ find_package_handle_standard_args(NetSnmp
 if(NetSnmp_FOUND AND NOT TARGET NetSnmp::Library)
   add_library(NetSnmp::Library UNKNOWN IMPORTED)
   set_target_properties(NetSnmp::Library PROPERTIES
-    IMPORTED_LOCATION ${NetSnmp_LIBRARY} INTERFACE_INCLUDE_DIRECTORIES ${NetSnmp_INCLUDE_DIR})
+    IMPORTED_LOCATION ${NetSnmp_LIBRARY} INTERFACE_INCLUDE_DIRECTORIES "${NetSnmp_INCLUDE_DIR};${PROJECT_SOURCE_DIR}/netsnmp")
   add_library(NetSnmp::Agent UNKNOWN IMPORTED)
   set_target_properties(NetSnmp::Agent PROPERTIES
     IMPORTED_LOCATION ${NetSnmp_AGENT_LIBRARY} INTERFACE_LINK_LIBRARIES NetSnmp::Library)

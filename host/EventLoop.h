@@ -21,6 +21,8 @@ class EventLoop {
   };
   using Handle = std::unique_ptr<Registration>;
 
+  EventLoop();
+
   /// Calls back whenever the descriptor is readable.
   [[nodiscard]] Handle readable(int fd, Callback callback);
   /// Calls back once. Delays below a millisecond are rounded up to one.

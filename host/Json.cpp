@@ -28,8 +28,7 @@ class StructureCheck {
 
  private:
   void enter() {
-    if (members_.size() == maxDepth)
-      throw DocumentError(fmt::format("nested deeper than {} levels", maxDepth));
+    if (members_.size() == maxDepth) throw DocumentError(fmt::format("nested deeper than {} levels", maxDepth));
     members_.emplace_back();
   }
 
@@ -84,7 +83,7 @@ std::string describe(const Json& value) {
   if (value.is_string()) return inQuotes(value.get_ref<const std::string&>());
   if (value.is_number_unsigned()) return fmt::format("{}", value.get<std::uint64_t>());
   if (value.is_number_integer()) return fmt::format("{}", value.get<std::int64_t>());
-  if (value.is_number_float()) return fmt::format("{:.21g}", value.get<long double>());
+  if (value.is_number_float()) return fmt::format("{}", value.get<long double>());
   if (value.is_boolean()) return value.get<bool>() ? "true" : "false";
   if (value.is_object()) return "an object";
   if (value.is_array()) return "an array";

@@ -22,8 +22,7 @@ class DocumentError : public StatusRefused {
 /// JSON whose numbers are exact over the whole range of a PTP time interval in nanoseconds (48 bits before
 /// the point and 16 behind it) and of a 64-bit counter. Do not use its dump(): the library formats a float as
 /// if it were a double.
-using Json =
-    nlohmann::basic_json<std::map, std::vector, std::string, bool, std::int64_t, std::uint64_t, long double>;
+using Json = nlohmann::basic_json<std::map, std::vector, std::string, bool, std::int64_t, std::uint64_t, long double>;
 
 static_assert(std::numeric_limits<long double>::digits >= 64, "a time interval needs 64 significant bits");
 

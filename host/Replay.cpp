@@ -33,8 +33,7 @@ Seconds timeOf(const Json& line, Seconds before) {
     throw DocumentError(fmt::format("at: {} is out of range (0 to {})", describe(at), latest.count()));
   }
   if (time < before) {
-    throw DocumentError(
-        fmt::format("at: {} is earlier than a line before it ({})", describe(at), before.count()));
+    throw DocumentError(fmt::format("at: {} is earlier than a line before it ({})", describe(at), before.count()));
   }
   return time;
 }

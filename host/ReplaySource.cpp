@@ -50,8 +50,7 @@ std::unique_ptr<std::istream> openFile(const std::string& file) {
 
 }  // namespace
 
-ReplaySource::ReplaySource(EventLoop& loop, const std::string& name, std::unique_ptr<std::istream> text,
-                           Repeat repeat)
+ReplaySource::ReplaySource(EventLoop& loop, const std::string& name, std::unique_ptr<std::istream> text, Repeat repeat)
     : loop_(loop), name_(name), replay_(name, std::move(text), repeat) {}
 
 std::unique_ptr<ReplaySource> ReplaySource::open(EventLoop& loop, const std::string& file) {

@@ -239,8 +239,7 @@ void Decoder::readFields(const Json& json, const Path& path, T& values) {
 /// Lists the paths of all members that visitFields() names.
 class FieldLister {
  public:
-  FieldLister(std::string prefix, std::vector<std::string>& paths)
-      : prefix_(std::move(prefix)), paths_(paths) {}
+  FieldLister(std::string prefix, std::vector<std::string>& paths) : prefix_(std::move(prefix)), paths_(paths) {}
 
   template <class T>
   void operator()(std::string_view name, T&& field, Presence = Presence::optional) {

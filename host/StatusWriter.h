@@ -34,6 +34,7 @@ class StatusWriter {
   void applyPorts(const StatusSnapshot& snapshot);
   void applyMibData(const StatusSnapshot& snapshot);
   void withdrawService();
+  void forgetUnusedInterfaces(const StatusSnapshot& snapshot);
   Pelor::IntfId intfId(const std::string& interface);
 
   Kestor::Ptr<Ptp::Status> status_;

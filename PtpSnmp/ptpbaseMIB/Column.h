@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ptpbaseMIB/NetSnmp.h"
+#include "NetSnmp.h"
 
 #include <cstdint>
 #include <type_traits>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ptpbaseMIB/NetSnmp.h"
+#include "NetSnmp.h"
 
 #include <span>
 

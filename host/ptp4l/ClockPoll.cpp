@@ -63,9 +63,7 @@ void ClockPoll::store(const Response& response, std::uint16_t port) {
       replies_.timePropertiesDS = decodeTimePropertiesDataSet(response.data);
       break;
     case ManagementId::portDataSet: replies_.ports[port].dataSet = decodePortDataSet(response.data); break;
-    case ManagementId::portPropertiesNp:
-      replies_.ports[port].interface = decodePortProperties(response.data);
-      break;
+    case ManagementId::portPropertiesNp: replies_.ports[port].interface = decodePortProperties(response.data); break;
     case ManagementId::portStatsNp: replies_.ports[port].counters = decodePortStats(response.data); break;
     case ManagementId::clockDescription:
       replies_.ports[port].description = decodeClockDescription(response.data);

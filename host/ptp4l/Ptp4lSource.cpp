@@ -83,8 +83,7 @@ void Ptp4lSource::pollUnanswered(const std::string& reason) {
   ++unansweredPolls_;
   if (service_ == Service::gone) return;
   if (service_ == Service::answering && unansweredPolls_ < unansweredPollsOfTheGone) return;
-  spdlog::warn("ptp4l at {} does not answer ({}); asking again every {} ms", socketPath_, reason,
-               period_.count());
+  spdlog::warn("ptp4l at {} does not answer ({}); asking again every {} ms", socketPath_, reason, period_.count());
   service_ = Service::gone;
   counters_.newRun();
   deliver(StatusSnapshot{});

@@ -23,8 +23,7 @@ namespace host::ptp4l {
 /// again.
 class Ptp4lSource final : public Source {
  public:
-  Ptp4lSource(EventLoop& loop, std::string socketPath,
-              std::chrono::milliseconds poll = std::chrono::seconds(1));
+  Ptp4lSource(EventLoop& loop, std::string socketPath, std::chrono::milliseconds poll = std::chrono::seconds(1));
 
   void start(SnapshotSink sink) override;
 

@@ -12,8 +12,7 @@ Ptp::PtpMode clockMode(const ClockReplies& replies) {
     if ((type & ClockDescription::boundaryClock) != 0) return Ptp::PtpMode::boundary;
     if ((type & ClockDescription::ordinaryClock) != 0) return Ptp::PtpMode::ordinary;
     if ((type & ClockDescription::endToEndTransparentClock) != 0) return Ptp::PtpMode::endToEndTransparent;
-    if ((type & ClockDescription::peerToPeerTransparentClock) != 0)
-      return Ptp::PtpMode::peerToPeerTransparent;
+    if ((type & ClockDescription::peerToPeerTransparentClock) != 0) return Ptp::PtpMode::peerToPeerTransparent;
   }
   return replies.defaultDS->numberPorts.value() > 1 ? Ptp::PtpMode::boundary : Ptp::PtpMode::ordinary;
 }

@@ -158,11 +158,10 @@ TEST(ManagementData, APortIsReadAsPtp4lSendsIt) {
   EXPECT_EQ(port->delayMechanism, Ptp::DelayMechanism::e2e);
   EXPECT_EQ(port->logMinPdelayReqInterval, -3);
   EXPECT_EQ(decodePortProperties(test::portProperties), "hpb0");
-  EXPECT_EQ(decodePortStats(test::portStats()),
-            (Ptp::PacketCounters{.packetsSent = 258, .packetsReceived = 14}));
-  EXPECT_EQ(decodeClockDescription(test::clockDescription),
-            (ClockDescription{.clockType = ClockDescription::ordinaryClock,
-                              .networkProtocol = ClockDescription::ieee8023}));
+  EXPECT_EQ(decodePortStats(test::portStats()), (Ptp::PacketCounters{.packetsSent = 258, .packetsReceived = 14}));
+  EXPECT_EQ(
+      decodeClockDescription(test::clockDescription),
+      (ClockDescription{.clockType = ClockDescription::ordinaryClock, .networkProtocol = ClockDescription::ieee8023}));
 }
 
 TEST(ManagementData, TheTimeStatusIsReadAsPtp4lSendsIt) {

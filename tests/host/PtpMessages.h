@@ -23,13 +23,12 @@ inline Bytes fromHex(std::string_view text) {
 
 inline const Bytes defaultDataSet = fromHex("0300000180fffeffff80020000fffe000b010000");
 inline const Bytes currentDataSet = fromHex("00010000000000178000fffffffff9400000");
-inline const Bytes parentDataSet =
-    fromHex("020000fffe000a0100010000ffff7fffffff64f8feffff80020000fffe000a01");
+inline const Bytes parentDataSet = fromHex("020000fffe000a0100010000ffff7fffffff64f8feffff80020000fffe000a01");
 inline const Bytes timePropertiesDataSet = fromHex("00253ca0");
 inline const Bytes portDataSet = fromHex("020000fffe000b0100010800000000000000000001030001fd02");
 inline const Bytes portProperties = fromHex("020000fffe000b0100010800046870623000");
 inline const Bytes clockDescription = fromHex(
-    "8000000a49454545203830322e330006020000000b01000300060200000"
+    "80000a49454545203830322e330006020000000b01000300060200000"
     "00b0100000000023b3b023b3b00001b19000100");
 
 /// rx_Sync 5, rx_Follow_Up 5, rx_Delay_Resp 1, rx_Announce 3, tx_Delay_Req 258.

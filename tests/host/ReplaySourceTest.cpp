@@ -82,8 +82,7 @@ TEST_F(ReplaySourceTest, WhatIsDueAtTheStartIsAppliedBeforeStartReturns) {
 TEST_F(ReplaySourceTest, AWrongStartIsTold) {
   EXPECT_EQ(refusal(""), "t: holds no status");
   EXPECT_EQ(refusal(line("0", -1)), "t:1: currentDS.stepsRemoved: -1 is out of range (0 to 65535)");
-  EXPECT_EQ(refusal(line("0", 1) + line("0", -1)),
-            "t:2: currentDS.stepsRemoved: -1 is out of range (0 to 65535)");
+  EXPECT_EQ(refusal(line("0", 1) + line("0", -1)), "t:2: currentDS.stepsRemoved: -1 is out of range (0 to 65535)");
   EXPECT_EQ(refusal(line("60", -1)), "t:1: currentDS.stepsRemoved: -1 is out of range (0 to 65535)");
   EXPECT_EQ(refusal(R"({"at":0,"status":{"interfaces":{"bad":1}}})"), "t:1: interfaces: no");
   EXPECT_EQ(refusal("at: 0").substr(0, 14), "t:1: not JSON:");
@@ -105,12 +104,11 @@ TEST_F(ReplaySourceTest, AWrongLineIsLoggedOnceAndLeftOut) {
   start(*started, 2);
   run();
   EXPECT_EQ(seen, (std::vector{1, 4}));
-  EXPECT_EQ(
-      log.str(),
-      "error t:2: not JSON: column 2: syntax error while parsing value - invalid literal; last read: 'fo'; "
-      "the line is ignored\n"
-      "error t:3: currentDS.stepsRemoved: -1 is out of range (0 to 65535); the line is ignored\n"
-      "error t:4: interfaces: no; the line is ignored\n");
+  EXPECT_EQ(log.str(),
+            "error t:2: not JSON: column 2: syntax error while parsing value - invalid literal; last read: 'fo'; "
+            "the line is ignored\n"
+            "error t:3: currentDS.stepsRemoved: -1 is out of range (0 to 65535); the line is ignored\n"
+            "error t:4: interfaces: no; the line is ignored\n");
 }
 
 TEST_F(ReplaySourceTest, ABurstOfLinesIsAppliedInOrder) {

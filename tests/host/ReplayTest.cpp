@@ -29,8 +29,7 @@ std::vector<std::string> play(Replay& replay, int lines = 1000) {
   for (; replay.due() && lines > 0; --lines) {
     const double due = replay.due()->count();
     const auto refusal = replay.step([&](const StatusSnapshot& snapshot) {
-      seen.push_back(
-          fmt::format("{}: {}", due, snapshot.mibData ? snapshot.mibData->counters.packetsSent : 0));
+      seen.push_back(fmt::format("{}: {}", due, snapshot.mibData ? snapshot.mibData->counters.packetsSent : 0));
     });
     if (refusal) seen.push_back(*refusal);
   }
@@ -45,8 +44,7 @@ std::vector<std::string> play(const std::string& text) {
 using Seen = std::vector<std::string>;
 
 TEST(Replay, LinesFallDueInTheirOrder) {
-  EXPECT_EQ(play(sent(0, 1) + sent(0, 2) + sent(0.25, 3) + sent(7, 4)),
-            (Seen{"0: 1", "0: 2", "0.25: 3", "7: 4"}));
+  EXPECT_EQ(play(sent(0, 1) + sent(0, 2) + sent(0.25, 3) + sent(7, 4)), (Seen{"0: 1", "0: 2", "0.25: 3", "7: 4"}));
 }
 
 TEST(Replay, ATextWithoutLinesHasNothingDue) {
@@ -79,10 +77,9 @@ TEST(Replay, LineEndsMayBeOfAnySystemAndTheLastOneMissing) {
 }
 
 TEST(Replay, ARefusedLineIsDroppedEntirely) {
-  EXPECT_EQ(
-      play(sent(0, 1) + R"({"at":5,"status":{"mibData":{"packetsSent":2},"currentDS":{"stepsRemoved":-1}}})" +
-           "\n" + R"({"at":3,"status":{"interfaces":{"a":1}}})"),
-      (Seen{"0: 1", "t:2: currentDS.stepsRemoved: -1 is out of range (0 to 65535)", "3: 1"}));
+  EXPECT_EQ(play(sent(0, 1) + R"({"at":5,"status":{"mibData":{"packetsSent":2},"currentDS":{"stepsRemoved":-1}}})" +
+                 "\n" + R"({"at":3,"status":{"interfaces":{"a":1}}})"),
+            (Seen{"0: 1", "t:2: currentDS.stepsRemoved: -1 is out of range (0 to 65535)", "3: 1"}));
 }
 
 TEST(Replay, ALineThatTheSinkRefusesIsDroppedEntirely) {
@@ -144,6 +141,11 @@ TEST(Replay, ALineOfUnboundedLengthEndsTheText) {
 TEST(Replay, ARepeatedReplayStartsOverWhenItsLastLineFallsDue) {
   Replay replay = replayOf(sent(0, 1) + sent(2, 5) + R"({"at":3,"status":{}})", Repeat::yes);
   EXPECT_EQ(play(replay, 8), (Seen{"0: 1", "2: 5", "3: 5", "3: 6", "5: 10", "6: 10", "6: 11", "8: 15"}));
+}
+
+TEST(Replay, ARepeatedRunCountsAnewEvenIfItBeginsNoLower) {
+  Replay replay = replayOf(sent(0, 5) + R"({"at":1,"status":{}})", Repeat::yes);
+  EXPECT_EQ(play(replay, 4), (Seen{"0: 5", "1: 5", "1: 10", "2: 10"}));
 }
 
 TEST(Replay, ARunThatTakesNoTimeIsNotRepeated) {

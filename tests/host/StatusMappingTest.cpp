@@ -14,8 +14,8 @@ PortReplies port(std::uint16_t number, Ptp::PortState state = Ptp::PortState::ma
   replies.dataSet->portState = state;
   replies.interface = "eth" + std::to_string(number);
   replies.counters = Ptp::PacketCounters{.packetsSent = 10u * number, .packetsReceived = 100u * number};
-  replies.description = ClockDescription{.clockType = ClockDescription::boundaryClock,
-                                         .networkProtocol = ClockDescription::udpIpv4};
+  replies.description =
+      ClockDescription{.clockType = ClockDescription::boundaryClock, .networkProtocol = ClockDescription::udpIpv4};
   return replies;
 }
 

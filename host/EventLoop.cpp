@@ -1,0 +1,119 @@
+#include "EventLoop.h"
+
+#include "NetSnmp.h"
+
+#include <spdlog/spdlog.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+namespace host {
+namespace {
+
+using std::chrono::milliseconds;
+
+class Descriptor final : public EventLoop::Registration {
+ public:
+  Descriptor(int fd, EventLoop::Callback callback) : fd_(fd), callback_(std::move(callback)) {
+    if (register_readfd(fd, readable, this) != FD_REGISTERED_OK) {
+      throw std::runtime_error("the event loop takes no more descriptors");
+    }
+  }
+  ~Descriptor() override { unregister_readfd(fd_); }
+
+ private:
+  static void readable(int, void* self) {
+    // A copy: the callback may end this registration.
+    const EventLoop::Callback callback = static_cast<Descriptor*>(self)->callback_;
+    callback();
+  }
+
+  int fd_;
+  EventLoop::Callback callback_;
+};
+
+class Timer final : public EventLoop::Registration {
+ public:
+  Timer(milliseconds period, unsigned flags, EventLoop::Callback callback) : callback_(std::move(callback)) {
+    const milliseconds atLeast = std::max(period, milliseconds(1));
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(atLeast);
+    const timeval interval{seconds.count(), (atLeast - seconds).count() * 1000};
+    alarm_ = snmp_alarm_register_hr(interval, flags, expired, this);
+    if (alarm_ == 0) throw std::runtime_error("the event loop takes no more timers");
+  }
+  ~Timer() override { snmp_alarm_unregister(alarm_); }
+
+ private:
+  static void expired(unsigned int, void* self) {
+    const EventLoop::Callback callback = static_cast<Timer*>(self)->callback_;
+    callback();
+  }
+
+  EventLoop::Callback callback_;
+  unsigned alarm_ = 0;
+};
+
+// The descriptor sets of one turn, of any size.
+class DescriptorSet {
+ public:
+  DescriptorSet() {
+    netsnmp_large_fd_set_init(&set_, FD_SETSIZE);
+    NETSNMP_LARGE_FD_ZERO(&set_);
+  }
+  DescriptorSet(const DescriptorSet&) = delete;
+  DescriptorSet& operator=(const DescriptorSet&) = delete;
+  ~DescriptorSet() { netsnmp_large_fd_set_cleanup(&set_); }
+  netsnmp_large_fd_set* get() { return &set_; }
+
+ private:
+  netsnmp_large_fd_set set_;
+};
+
+void turn() {
+  DescriptorSet readable, writable, exceptional;
+  int limit = 0;
+  int noTimeout = 1;
+  timeval timeout{};
+  snmp_select_info2(&limit, readable.get(), &timeout, &noTimeout);
+  netsnmp_external_event_info2(&limit, readable.get(), writable.get(), exceptional.get());
+  int count = netsnmp_large_fd_set_select(limit, readable.get(), writable.get(), exceptional.get(),
+                                          noTimeout != 0 ? nullptr : &timeout);
+  if (count > 0) {
+    netsnmp_dispatch_external_events2(&count, readable.get(), writable.get(), exceptional.get());
+    if (count > 0) snmp_read2(readable.get());
+  } else if (count == 0) {
+    snmp_timeout();
+  } else if (errno != EINTR) {
+    throw std::runtime_error(std::string("waiting for requests failed: ") + std::strerror(errno));
+  }
+  run_alarms();
+  netsnmp_check_outstanding_agent_requests();
+}
+
+}  // namespace
+
+EventLoop::EventLoop() {
+  // Alarms are run by the loop itself and need no signal.
+  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
+}
+
+EventLoop::Handle EventLoop::readable(int fd, Callback callback) {
+  return std::make_unique<Descriptor>(fd, std::move(callback));
+}
+
+EventLoop::Handle EventLoop::after(milliseconds delay, Callback callback) {
+  return std::make_unique<Timer>(delay, 0, std::move(callback));
+}
+
+EventLoop::Handle EventLoop::every(milliseconds period, Callback callback) {
+  return std::make_unique<Timer>(period, SA_REPEAT, std::move(callback));
+}
+
+void EventLoop::run() {
+  stopped_ = false;
+  while (!stopped_) turn();
+}
+
+}  // namespace host

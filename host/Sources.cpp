@@ -1,0 +1,33 @@
+#include "Sources.h"
+
+#include <sstream>
+#include <string_view>
+
+#include "DemoDevices.h"
+#include "ReplaySource.h"
+#include "ptp4l/Ptp4lSource.h"
+
+namespace host {
+namespace {
+
+constexpr char defaultPtp4lSocket[] = "/var/run/ptp4l";
+
+std::unique_ptr<Source> makeDemo(EventLoop& loop, std::string_view device) {
+  auto text = std::make_unique<std::istringstream>(std::string(demoDevice(device)));
+  return std::make_unique<ReplaySource>(loop, "demo:" + std::string(device), std::move(text), Repeat::yes);
+}
+
+}  // namespace
+
+std::unique_ptr<Source> makeSource(EventLoop& loop, const Options& options) {
+  const std::size_t colon = options.source.find(':');
+  const std::string kind = options.source.substr(0, colon);
+  const std::string argument = colon == std::string::npos ? "" : options.source.substr(colon + 1);
+  if (kind == "replay") return ReplaySource::open(loop, argument);
+  if (kind == "ptp4l") {
+    return std::make_unique<ptp4l::Ptp4lSource>(loop, argument.empty() ? defaultPtp4lSocket : argument, options.poll);
+  }
+  return makeDemo(loop, argument.empty() ? "boundary" : argument);
+}
+
+}  // namespace host

@@ -1,0 +1,242 @@
+"""Network namespaces, processes and clients for the end-to-end tests.
+
+Everything that a test makes is a context manager and goes with it, also when the test fails. Nothing sleeps for a
+fixed time: `wait_for` polls for a state until a deadline.
+"""
+
+import contextlib
+import os
+import re
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+from pathlib import Path
+
+SKIPPED = 77  # what CTest takes for "not run here"
+
+
+class Failed(Exception):
+    """What was waited for did not come, or a command failed."""
+
+
+def command(*arguments, timeout=10):
+    """What a command prints; Failed, with its complaint, where it fails."""
+    result = subprocess.run(arguments, capture_output=True, text=True, timeout=timeout)
+    if result.returncode != 0:
+        raise Failed(f"{' '.join(arguments)}: {(result.stderr or result.stdout).strip()}")
+    return result.stdout
+
+
+def wait_for(what, condition, seconds=30):
+    """The condition's first true result. A condition that raises Failed counts as not yet true."""
+    deadline = time.monotonic() + seconds
+    last = None
+    while time.monotonic() < deadline:
+        try:
+            last = condition()
+            if last:
+                return last
+        except Failed as failure:
+            last = failure
+        time.sleep(0.05)
+    raise Failed(f"not within {seconds} s: {what} (last: {last})")
+
+
+def skip_unless_possible(*programs):
+    """Ends the program with SKIPPED and the reason where the tests cannot run."""
+    missing = [program for program in programs if shutil.which(program) is None]
+    if missing:
+        print(f"skipped: not installed: {', '.join(missing)}")
+        sys.exit(SKIPPED)
+    try:
+        with Network() as network:
+            network.namespace()
+    except Failed as failure:
+        print(f"skipped: network namespaces are not permitted here: {failure}")
+        sys.exit(SKIPPED)
+
+
+class Network:
+    """Namespaces and veth pairs with counted names and MAC addresses: the first has 02:00:00:00:00:01 at its first
+    end and :02 at its second, and so on, so that clock identities are known."""
+
+    def __init__(self):
+        self._prefix = f"ptpsnmp{os.getpid()}"
+        self._namespaces = []
+        self._ends = 0
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        for namespace in self._namespaces:
+            subprocess.run(["ip", "netns", "delete", namespace.name], capture_output=True)
+
+    def namespace(self):
+        namespace = Namespace(f"{self._prefix}-{len(self._namespaces) + 1}")
+        command("ip", "netns", "add", namespace.name)
+        self._namespaces.append(namespace)
+        command("ip", "-n", namespace.name, "link", "set", "lo", "up")
+        return namespace
+
+    def connect(self, first, second):
+        """The interface names of a new veth pair between two namespaces."""
+        names = []
+        arguments = ["ip", "link", "add"]
+        for namespace in (first, second):
+            self._ends += 1
+            names.append(f"veth{self._ends}")
+            arguments += ["name", names[-1], "address", mac(self._ends), "netns", namespace.name]
+            if namespace is first:
+                arguments += ["type", "veth", "peer"]
+        command(*arguments)
+        for namespace, name in zip((first, second), names):
+            command("ip", "-n", namespace.name, "link", "set", name, "up")
+        return names
+
+
+def mac(number):
+    return f"02:00:00:00:{number >> 8:02x}:{number & 0xff:02x}"
+
+
+def clock_identity(number):
+    """The EUI-64 that ptp4l derives from the counted MAC address, as text."""
+    return f"020000.fffe.00{number >> 8:02x}{number & 0xff:02x}"
+
+
+class Namespace:
+    def __init__(self, name):
+        self.name = name
+
+    def inside(self, *arguments):
+        return ["ip", "netns", "exec", self.name, *arguments]
+
+    def if_index(self, interface):
+        return int(command("ip", "-n", self.name, "-o", "link", "show", interface).split(":")[0])
+
+
+class Process:
+    """A program that runs until the context ends. Its output goes to NAME.log in the test's folder, also that of an
+    earlier run under this name."""
+
+    def __init__(self, folder, name, arguments):
+        self.name = name
+        self.log = Path(folder) / f"{name}.log"
+        self._arguments = [str(argument) for argument in arguments]
+        self._process = None
+
+    def __enter__(self):
+        with open(self.log, "a", encoding="utf-8") as log:
+            self._process = subprocess.Popen(
+                self._arguments, stdin=subprocess.DEVNULL, stdout=log, stderr=log, start_new_session=True
+            )
+        return self
+
+    def __exit__(self, *_):
+        self.stop()
+
+    def stop(self, how=signal.SIGTERM):
+        """Its exit status; minus the signal's number where that ended it."""
+        if self._process.poll() is None:
+            self._process.send_signal(how)
+            try:
+                self._process.wait(10)
+            except subprocess.TimeoutExpired:
+                self._process.kill()
+                self._process.wait()
+                raise Failed(f"{self.name} did not end on {how.name}") from None
+        return self._process.returncode
+
+    def output(self):
+        return self.log.read_text(encoding="utf-8", errors="replace")
+
+
+@contextlib.contextmanager
+def scratch_folder():
+    """A temporary folder. Where the test fails, every log in it is printed."""
+    with tempfile.TemporaryDirectory(prefix="ptpsnmp-test-") as name:
+        try:
+            yield Path(name)
+        except BaseException:
+            for log in sorted(Path(name).glob("*.log")):
+                print(f"----- {log.name}", log.read_text(encoding="utf-8", errors="replace"), sep="\n")
+            raise
+
+
+def free_udp_port():
+    """A port of the loopback address that nobody uses at the moment. Namespaces have their own, so that a port that is
+    free here is as good as any other in a new one."""
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+class Snmp:
+    """net-snmp's command-line clients, run where the agent listens. Values are ints, OIDs as text without a leading
+    dot, or bytes."""
+
+    def __init__(self, port, namespace=None, community="public"):
+        self._address = f"udp:127.0.0.1:{port}"
+        self._community = community
+        self._namespace = namespace
+
+    def walk(self, oid):
+        """The values under an OID, by OID, in the order in which they came."""
+        return self._values("snmpbulkwalk", oid)
+
+    def get(self, *oids):
+        """The values that are there, by OID."""
+        return self._values("snmpget", *oids)
+
+    def _values(self, program, *oids):
+        # OIDs as numbers, enumerations as numbers, no units, and each string in hex, since a text may hold anything.
+        arguments = [program, "-v2c", "-c", self._community, "-t1", "-r2", "-OneUx", "-m", "", self._address, *oids]
+        if self._namespace is not None:
+            arguments = self._namespace.inside(*arguments)
+        return parse_varbinds(command(*arguments, timeout=30))
+
+
+# A varbind starts a line; a long string goes on in the next ones.
+_VARBIND = re.compile(r"^\.([0-9.]+) = (.*?)(?=^\.[0-9.]+ = |\Z)", re.MULTILINE | re.DOTALL)
+_NOTHING = ("No Such Instance", "No Such Object", "No more variables")
+
+
+def parse_varbinds(text):
+    values = {}
+    for oid, value in _VARBIND.findall(text):
+        if not value.startswith(_NOTHING):
+            values[oid] = parse_value(value.strip())
+    return values
+
+
+def parse_value(text):
+    kind, _, value = text.partition(": ")
+    if text == '""':
+        return b""
+    if kind in ("INTEGER", "Counter32", "Counter64", "Gauge32", "Unsigned32"):
+        return int(value)
+    if kind == "Timeticks":
+        return int(value[1 : value.index(")")])
+    if kind == "OID":
+        return value.lstrip(".")
+    if kind == "Hex-STRING":
+        return bytes.fromhex(value)
+    raise Failed(f"unknown value {text!r}")
+
+
+def pmc(socket_path, folder, *actions, domain=0):
+    """The fields of each response, as a list of (message, source, {field: text}) in the order of arrival."""
+    arguments = ["pmc", "-u", "-b", "0", "-d", str(domain), "-s", str(socket_path), "-i", f"{folder}/pmc.socket"]
+    text = command(*arguments, *actions)
+    responses = []
+    for line in text.splitlines():
+        head = re.match(r"\s+(\S+) seq \d+ RESPONSE MANAGEMENT (\S+)", line)
+        if head:
+            responses.append((head[2], head[1], {}))
+        elif responses and (field := re.match(r"\s+(\S+)\s+(.*)", line)):
+            responses[-1][2][field[1]] = field[2].strip()
+    return responses

@@ -1,0 +1,62 @@
+#include "KernelInterfaces.h"
+
+#include <gtest/gtest.h>
+#include <net/if.h>
+#include <sched.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <string>
+#include <thread>
+
+namespace host {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(KernelInterfaces, AnInterfaceHasTheKernelsIndexAndAnUnknownNameHasNone) {
+  EventLoop loop;
+  const KernelInterfaces interfaces(loop);
+  EXPECT_EQ(interfaces.ifIndex("lo"), if_nametoindex("lo"));
+  EXPECT_FALSE(interfaces.ifIndex("no-such-if"));
+  EXPECT_FALSE(interfaces.ifIndex(""));
+}
+
+bool ip(const std::string& arguments) { return std::system(("ip link " + arguments).c_str()) == 0; }
+
+template <class Condition>
+bool reached(EventLoop& loop, Condition condition) {
+  const auto deadline = std::chrono::steady_clock::now() + 10s;
+  const auto check = loop.every(1ms, [&] {
+    if (condition() || std::chrono::steady_clock::now() > deadline) loop.stop();
+  });
+  loop.run();
+  return condition();
+}
+
+void followInterfaces() {
+  EventLoop loop;
+  const KernelInterfaces interfaces(loop);
+  ASSERT_TRUE(ip("add first index 40 type veth peer name other"));
+  EXPECT_TRUE(reached(loop, [&] { return interfaces.ifIndex("first") == 40u; }));
+  ASSERT_TRUE(ip("set first name second"));
+  EXPECT_TRUE(reached(loop, [&] { return interfaces.ifIndex("second") == 40u; }));
+  EXPECT_FALSE(interfaces.ifIndex("first"));
+  ASSERT_TRUE(ip("delete second"));
+  EXPECT_TRUE(reached(loop, [&] { return !interfaces.ifIndex("second"); }));
+  ASSERT_TRUE(ip("add second index 50 type veth peer name other"));
+  EXPECT_TRUE(reached(loop, [&] { return interfaces.ifIndex("second") == 50u; }));
+}
+
+// A thread of its own, whose network namespace goes with it.
+TEST(KernelInterfaces, InterfacesThatComeChangeAndGoAreFollowed) {
+  bool permitted = true;
+  std::thread([&] {
+    permitted = unshare(CLONE_NEWNET) == 0;
+    if (permitted) followInterfaces();
+  }).join();
+  if (!permitted) GTEST_SKIP() << "network namespaces are not permitted here";
+}
+
+}  // namespace
+}  // namespace host

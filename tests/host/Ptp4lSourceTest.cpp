@@ -1,0 +1,254 @@
+#include "ptp4l/Ptp4lSource.h"
+
+#include <gtest/gtest.h>
+#include <spdlog/sinks/ostream_sink.h>
+#include <spdlog/spdlog.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <sstream>
+#include <vector>
+
+#include "FakePtpService.h"
+
+namespace host::ptp4l {
+namespace {
+
+using namespace std::chrono_literals;
+using test::FakePtpService;
+
+constexpr auto period = 20ms;
+constexpr auto patience = 10s;
+
+// What is logged while it lives.
+class Log {
+ public:
+  Log() {
+    auto logger = std::make_shared<spdlog::logger>("", std::make_shared<spdlog::sinks::ostream_sink_mt>(text_));
+    logger->set_pattern("%l: %v");
+    spdlog::set_default_logger(logger);
+  }
+  ~Log() { spdlog::set_default_logger(before_); }
+
+  std::size_t count(const std::string& words) const {
+    std::size_t lines = 0;
+    std::istringstream text(text_.str());
+    for (std::string line; std::getline(text, line);) lines += line.find(words) != std::string::npos;
+    return lines;
+  }
+
+ private:
+  std::ostringstream text_;
+  std::shared_ptr<spdlog::logger> before_ = spdlog::default_logger();
+};
+
+class Ptp4lSourceTest : public testing::Test {
+ protected:
+  Ptp4lSourceTest() {
+    char name[] = "/tmp/ptp4l-source-XXXXXX";
+    if (mkdtemp(name) == nullptr) throw std::runtime_error("mkdtemp");
+    directory = name;
+    socketPath = directory + "/ptp4l";
+    setenv("RUNTIME_DIRECTORY", directory.c_str(), 1);
+  }
+  ~Ptp4lSourceTest() override {
+    unsetenv("RUNTIME_DIRECTORY");
+    std::filesystem::remove_all(directory);
+  }
+
+  void startService() { service.emplace(loop, socketPath); }
+  void startSource() {
+    source.emplace(loop, socketPath, period);
+    source->start([this](const StatusSnapshot& snapshot) {
+      snapshots.push_back(snapshot);
+      if (sinkRefuses) throw StatusRefused("port 1: refused by the test");
+    });
+  }
+
+  template <class Condition>
+  bool reached(Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    const auto check = loop.every(1ms, [&] {
+      if (condition() || std::chrono::steady_clock::now() > deadline) loop.stop();
+    });
+    loop.run();
+    return condition();
+  }
+  bool answeredPolls(int count) {
+    const int before = service->asked[0x2000];
+    return reached([&] { return service->asked[0x2000] >= before + count; });
+  }
+  bool shown() const { return !snapshots.empty() && snapshots.back().defaultDS; }
+  bool emptied() const { return !snapshots.empty() && snapshots.back() == StatusSnapshot{}; }
+
+  Log log;
+  EventLoop loop;
+  std::string directory;
+  std::string socketPath;
+  std::optional<FakePtpService> service;
+  std::vector<StatusSnapshot> snapshots;
+  bool sinkRefuses = false;
+  std::optional<Ptp4lSource> source;
+};
+
+TEST_F(Ptp4lSourceTest, AClockThatAnswersIsShownWhole) {
+  startService();
+  service->ports = 3;
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  const StatusSnapshot& status = snapshots.back();
+  EXPECT_EQ(status.defaultDS->clockIdentity.stringValue(), "020000.fffe.000b01");
+  EXPECT_TRUE(status.currentDS && status.parentDS && status.timePropertiesDS && status.mibData);
+  EXPECT_EQ(status.ports.size(), 3u);
+  EXPECT_EQ(status.mibData->counters, (Ptp::PacketCounters{.packetsSent = 3 * 258, .packetsReceived = 3 * 14}));
+  EXPECT_EQ(log.count("info: ptp4l at"), 1u);
+  EXPECT_EQ(log.count("warning"), 0u);
+}
+
+TEST_F(Ptp4lSourceTest, AStatusThatDidNotChangeIsNotHandedOutAgain) {
+  startService();
+  startSource();
+  ASSERT_TRUE(answeredPolls(5));
+  EXPECT_EQ(snapshots.size(), 1u);
+}
+
+TEST_F(Ptp4lSourceTest, NothingButGetIsEverAsked) {
+  startService();
+  startSource();
+  ASSERT_TRUE(answeredPolls(3));
+  EXPECT_EQ(service->actions, std::set<std::uint8_t>{0});
+}
+
+TEST_F(Ptp4lSourceTest, AServiceThatIsNotThereIsSaidOnceAndShownWhenItComes) {
+  startSource();
+  const auto start = std::chrono::steady_clock::now();
+  ASSERT_TRUE(reached([&] { return std::chrono::steady_clock::now() > start + 10 * period; }));
+  EXPECT_TRUE(emptied());
+  EXPECT_EQ(snapshots.size(), 1u);
+  EXPECT_EQ(log.count("warning"), 1u);
+  EXPECT_EQ(log.count("No such file or directory"), 1u);
+  startService();
+  EXPECT_TRUE(reached([&] { return shown(); }));
+  EXPECT_EQ(log.count("warning"), 1u);
+}
+
+TEST_F(Ptp4lSourceTest, AServiceThatFallsSilentIsEmptiedAndComesBack) {
+  startService();
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  service->silent = true;
+  ASSERT_TRUE(reached([&] { return emptied(); }));
+  EXPECT_EQ(snapshots.size(), 2u);
+  EXPECT_EQ(log.count("(no answer)"), 1u);
+  service->silent = false;
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  EXPECT_EQ(log.count("info: ptp4l at"), 2u);
+}
+
+TEST_F(Ptp4lSourceTest, TwoUnansweredPollsChangeNothing) {
+  startService();
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  service->missedPolls = 2;
+  ASSERT_TRUE(answeredPolls(2));
+  EXPECT_EQ(service->missedPolls, 0);
+  EXPECT_EQ(snapshots.size(), 1u);
+  EXPECT_EQ(log.count("warning"), 0u);
+}
+
+TEST_F(Ptp4lSourceTest, AServiceThatIsReplacedAtOnceStaysShown) {
+  startService();
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  service.reset();
+  startService();
+  service->ports = 2;
+  ASSERT_TRUE(reached([&] { return snapshots.back().ports.size() == 2; }));
+  EXPECT_EQ(snapshots.size(), 2u);
+}
+
+TEST_F(Ptp4lSourceTest, ACounterThatRestartsGoesOnFromWhatWasShown) {
+  startService();
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  const auto before = snapshots.back().mibData->counters;
+  service.reset();
+  ASSERT_TRUE(reached([&] { return emptied(); }));
+  startService();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  EXPECT_EQ(snapshots.back().mibData->counters.packetsSent, 2 * before.packetsSent);
+}
+
+TEST_F(Ptp4lSourceTest, ARefusedMessageCostsItsColumnsAndIsAskedAgainOnlyAfterAReturn) {
+  constexpr std::uint16_t portStats = 0xc005;
+  startService();
+  service->refused = {portStats};
+  startSource();
+  ASSERT_TRUE(answeredPolls(5));
+  EXPECT_EQ(service->asked[portStats], 1);
+  ASSERT_EQ(snapshots.back().ports.size(), 1u);
+  EXPECT_FALSE(snapshots.back().ports.begin()->second.counters);
+  EXPECT_EQ(log.count("PORT_STATS_NP"), 1u);
+
+  service->refused.clear();
+  service->silent = true;
+  ASSERT_TRUE(reached([&] { return emptied(); }));
+  service->silent = false;
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  EXPECT_TRUE(snapshots.back().ports.begin()->second.counters);
+}
+
+TEST_F(Ptp4lSourceTest, AClockInAnotherDomainIsFoundAndKept) {
+  startService();
+  service->domain = 24;
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  EXPECT_EQ(snapshots.back().defaultDS->domainNumber, 24);
+  ASSERT_TRUE(answeredPolls(8));
+  EXPECT_EQ(log.count("in domain 24"), 1u);
+  EXPECT_EQ(snapshots.size(), 2u) << "empty, then shown";
+}
+
+TEST_F(Ptp4lSourceTest, GarbageBetweenTheAnswersChangesNothing) {
+  startService();
+  startSource();
+  for (const std::size_t size : {0u, 1u, 33u, 54u, 1500u, 3000u}) {
+    service->beforeAnswers = test::Bytes(size, 0x0d);
+    ASSERT_TRUE(answeredPolls(2)) << size;
+  }
+  EXPECT_TRUE(shown());
+  EXPECT_EQ(snapshots.size(), 1u);
+}
+
+TEST_F(Ptp4lSourceTest, ARefusedStatusIsWarnedOfOnce) {
+  startService();
+  sinkRefuses = true;
+  startSource();
+  ASSERT_TRUE(answeredPolls(5));
+  EXPECT_GE(snapshots.size(), 3u) << "it is offered again";
+  EXPECT_EQ(log.count("refused by the test"), 1u);
+}
+
+TEST_F(Ptp4lSourceTest, TheClientsSocketIsPrivateAndGoesWithIt) {
+  startService();
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  ASSERT_EQ(service->clients.size(), 1u);
+  const std::filesystem::path client = *service->clients.begin();
+  struct stat status {};
+  ASSERT_EQ(stat(client.parent_path().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777u, 0700u);
+  source.reset();
+  EXPECT_FALSE(std::filesystem::exists(client.parent_path()));
+}
+
+TEST_F(Ptp4lSourceTest, APathThatIsNoSocketAddressIsRefusedAtTheStart) {
+  Ptp4lSource tooLong(loop, std::string(200, 'x'), period);
+  EXPECT_THROW(tooLong.start([](const StatusSnapshot&) {}), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace host::ptp4l
