@@ -1,6 +1,6 @@
 # Every target of the project is compiled with these; a warning is an error.
 add_compile_options(
-  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wnull-dereference -Wcast-qual
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual
   -Wformat=2 -Wmissing-declarations -Wimplicit-fallthrough -Werror)
 add_link_options(-Wl,-z,defs)
 

@@ -223,6 +223,7 @@ def print_table(rows):
     lines = [("cell", "SNMP", "pmc", "equal")]
     lines += [(name, text(shown), text(asked), "yes" if shown == asked else "NO") for name, shown, asked in rows]
     widths = [max(len(line[i]) for line in lines) for i in range(4)]
+    print()  # unittest leaves its line open
     for line in lines:
         print("  ".join(part.ljust(width) for part, width in zip(line, widths)).rstrip())
 
