@@ -38,6 +38,7 @@ auto PtpMib::rowDelAt(Table& table, Kestor::AttributeId attribute, const typenam
 
 template <class Table>
 void PtpMib::rowDelAll(Table& table, Kestor::AttributeId attribute) {
+  const Kestor::Ptr<const PtpMib> self(this);  // a subscriber may release the container between two rows
   for (auto next = table.begin(); !next.atEnd();) {
     const auto current = next;
     next.advance();
@@ -134,6 +135,12 @@ Zarn::MemAllocationTracker PtpMib::memAllocationTracker_{"PtpSnmp::PtpMib"};
 const Zarn::TypeData& PtpMib::type() noexcept {
   static constexpr Zarn::AttributeData attributes[] = {
       Zarn::attribute<&PtpMib::name, PtpMib>(nameAttribute, "name"),
+      Zarn::attribute<&PtpMib::ptpTable_>(ptpTableAttribute, "ptpTable"),
+      Zarn::attribute<&PtpMib::transDefaultDSTable_>(transDefaultDSTableAttribute, "transDefaultDSTable"),
+      Zarn::attribute<&PtpMib::portTable_>(portTableAttribute, "portTable"),
+      Zarn::attribute<&PtpMib::portTransDSTable_>(portTransDSTableAttribute, "portTransDSTable"),
+      Zarn::attribute<&PtpMib::systemTable_>(systemTableAttribute, "systemTable"),
+      Zarn::attribute<&PtpMib::systemDomainTable_>(systemDomainTableAttribute, "systemDomainTable"),
   };
   static constexpr Zarn::TypeData data{
       "PtpSnmp::PtpMib", attributes,

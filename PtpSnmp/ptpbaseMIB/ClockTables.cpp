@@ -161,3 +161,8 @@ PTPBASE_TABLE(ptpbaseClockDefaultDSTable)
 PTPBASE_TABLE(ptpbaseClockRunningTable)
 PTPBASE_TABLE(ptpbaseClockTimePropertiesDSTable)
 PTPBASE_TABLE(ptpbaseClockTransDefaultDSTable)
+
+std::span<const CatalogueEntry> PtpSnmp::Mib::clockCatalogue() noexcept {
+  return catalogueOf<ptpbaseClockCurrentDSTable, ptpbaseClockParentDSTable, ptpbaseClockDefaultDSTable,
+                     ptpbaseClockRunningTable, ptpbaseClockTimePropertiesDSTable, ptpbaseClockTransDefaultDSTable>;
+}

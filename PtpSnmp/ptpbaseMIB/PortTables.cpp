@@ -122,3 +122,8 @@ PTPBASE_TABLE(ptpbaseClockPortTable)
 PTPBASE_TABLE(ptpbaseClockPortDSTable)
 PTPBASE_TABLE(ptpbaseClockPortRunningTable)
 PTPBASE_TABLE(ptpbaseClockPortTransDSTable)
+
+std::span<const CatalogueEntry> PtpSnmp::Mib::portCatalogue() noexcept {
+  return catalogueOf<ptpbaseClockPortTable, ptpbaseClockPortDSTable, ptpbaseClockPortRunningTable,
+                     ptpbaseClockPortTransDSTable>;
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ptpbaseMIB/Catalogue.h"
 #include "ptpbaseMIB/TableRegistration.h"
 #include "ptpbaseMIB/TableService.h"
 #include "ptpbaseMIB/ptpbaseMIB.h"
@@ -22,10 +23,25 @@ constexpr auto columnNumbers() {
   return numbers;
 }
 
+template <class... T>
+constexpr auto catalogueEntries() {
+  std::array<CatalogueEntry, (std::size(T::columns) + ...)> entries{};
+  std::size_t next = 0;
+  const auto append = [&](const char* table, const auto& columns) {
+    for (const auto& [number, name, attribute, encoding] : columns) {
+      entries[next++] = {table, number, name, attribute, encoding.converter, encoding.asnType, encoding.length};
+    }
+  };
+  (append(T::name, T::columns), ...);
+  return entries;
+}
+
 template <class T>
 inline constexpr auto indexComponentsOf = indexComponents<T>();
 template <class T>
 inline constexpr auto columnNumbersOf = columnNumbers<T>();
+template <class... T>
+inline constexpr auto catalogueOf = catalogueEntries<T...>();
 
 }  // namespace PtpSnmp::Mib
 

@@ -46,3 +46,7 @@ struct ptpbaseSystemDomainTable {
 
 PTPBASE_TABLE(ptpbaseSystemTable)
 PTPBASE_TABLE(ptpbaseSystemDomainTable)
+
+std::span<const CatalogueEntry> PtpSnmp::Mib::systemCatalogue() noexcept {
+  return catalogueOf<ptpbaseSystemTable, ptpbaseSystemDomainTable>;
+}

@@ -12,6 +12,7 @@ const Zarn::TypeData& DefaultDS::typeData() const noexcept {
 }
 
 void DefaultDS::valuesIs(const DefaultDSValues& values) {
+  const Kestor::Ptr<const DefaultDS> self(this);  // a subscriber may release the data set between two changes
   DefaultDSValues quiet = values;
   quiet.domainNumber = values_.domainNumber;
   quiet.clockMode = values_.clockMode;

@@ -48,8 +48,9 @@ void Status::ptpMibDataIs(Kestor::Ptr<PtpMibData> ptpMibData) {
 void Status::portDSIs(const PortDSKey& key, Kestor::Ptr<PortDS> portDS) {
   const Kestor::Ptr<PortDS>* held = portDS_.find(key);
   if (held != nullptr && *held == portDS) return;
-  portDS_.insertOrAssign(key, std::move(portDS));
-  publisher().publish(portDSAttribute, &key);
+  const PortDSKey kept = key;  // the caller's key may live in an entry that a subscriber takes out
+  portDS_.insertOrAssign(kept, std::move(portDS));
+  publisher().publish(portDSAttribute, &kept);
 }
 
 void Status::portDSDel(const PortDSKey& key) {

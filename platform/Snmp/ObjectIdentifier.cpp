@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 
@@ -11,7 +12,7 @@ namespace Snmp {
 
 ObjectIdentifier::ObjectIdentifier(std::string_view text) {
   std::string_view rest = text;
-  if (rest.starts_with('.')) rest.remove_prefix(1);
+  if (rest.size() > 1 && rest.starts_with('.')) rest.remove_prefix(1);
   while (!rest.empty()) {
     const std::string_view number = rest.substr(0, rest.find('.'));
     std::uint32_t value = 0;

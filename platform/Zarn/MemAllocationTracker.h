@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <boost/intrusive/list.hpp>
 #include <cstddef>
 #include <string_view>
@@ -17,17 +18,17 @@ class MemAllocationTracker : public boost::intrusive::list_base_hook<> {
   ~MemAllocationTracker();
 
   std::string_view type() const noexcept { return type_; }
-  std::size_t live() const noexcept { return live_; }
+  std::size_t live() const noexcept { return live_.load(std::memory_order_relaxed); }
 
-  void allocated() noexcept { ++live_; }
-  void freed() noexcept { --live_; }
+  void allocated() noexcept { live_.fetch_add(1, std::memory_order_relaxed); }
+  void freed() noexcept { live_.fetch_sub(1, std::memory_order_relaxed); }
 
   /// The trackers of all types loaded into the process.
   static List& all() noexcept;
 
  private:
   std::string_view type_;
-  std::size_t live_ = 0;
+  std::atomic<std::size_t> live_{0};
 };
 
 }  // namespace Zarn

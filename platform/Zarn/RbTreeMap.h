@@ -3,6 +3,8 @@
 #include <boost/intrusive/set.hpp>
 #include <compare>
 #include <cstdint>
+#include <ostream>
+#include <string_view>
 
 #include "Kestor/Ptr.h"
 
@@ -107,6 +109,17 @@ class RbTreeMap {
     ++stamp_;
     tree_.erase(position);
     return entry;
+  }
+
+  /// Writes the keys in ascending order, as "{key,key}".
+  friend std::ostream& operator<<(std::ostream& os, const RbTreeMap& map) {
+    os << '{';
+    std::string_view separator;
+    for (const Entry& entry : map.tree_) {
+      os << separator << entry.key();
+      separator = ",";
+    }
+    return os << '}';
   }
 
  private:

@@ -3,7 +3,10 @@
 #include <boost/pool/pool.hpp>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <new>
+
+#include "Kestor/ThreadControl.h"
 
 namespace Zarn {
 
@@ -43,15 +46,25 @@ Pool& poolOf(std::size_t size) {
   return *pool;
 }
 
+// The last user of a row may be any thread, so the pools are guarded while there is more than one.
+std::unique_lock<std::mutex> guardFromOtherThreads() {
+  static std::mutex mutex;
+  return Kestor::ThreadControl::multiThreaded() ? std::unique_lock(mutex) : std::unique_lock<std::mutex>();
+}
+
 }  // namespace
 
 void* slabAllocate(std::size_t size) {
+  const auto guard = guardFromOtherThreads();
   void* block = poolOf(size).malloc();
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
 
-void slabFree(void* block, std::size_t size) noexcept { poolOf(size).free(block); }
+void slabFree(void* block, std::size_t size) noexcept {
+  const auto guard = guardFromOtherThreads();
+  poolOf(size).free(block);
+}
 
 #endif
 

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "Zarn/Entity.h"
 #include "Zarn/Exception.h"
 
@@ -30,8 +32,9 @@ void TypeRegistry::moduleIs(const ModuleData& module) {
 }
 
 void TypeRegistry::moduleDel(const ModuleData& module) noexcept {
-  for (const TypeData* type : module.types) types_.erase(type->name);
-  for (const EnumData* data : module.enums) enums_.erase(data->name);
+  // By record and not by name: a module that was refused shares names with another and takes nothing of it along.
+  std::erase_if(types_, [&](const auto& entry) { return std::ranges::count(module.types, entry.second) != 0; });
+  std::erase_if(enums_, [&](const auto& entry) { return std::ranges::count(module.enums, entry.second) != 0; });
 }
 
 const TypeData* TypeRegistry::type(std::string_view name) const noexcept {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <ostream>
+#include <string>
 #include <string_view>
 
 #include "Kestor/Ptr.h"
@@ -87,7 +88,7 @@ void writeValue(std::ostream& os, const T& value) {
   if constexpr (std::is_same_v<T, bool>) {
     os << (value ? "true" : "false");
   } else if constexpr (std::is_integral_v<T>) {
-    os << +value;  // an 8-bit integer is a number here, not a character
+    os << std::to_string(value);  // decimal whatever the stream's flags and locale; 8 bits are a number too
   } else if constexpr (RegisteredEnum<T>) {
     os << enumText(value);
   } else {
