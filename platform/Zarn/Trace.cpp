@@ -57,12 +57,12 @@ void writeToStandardError(std::string_view line) {
 
 }  // namespace
 
-TraceHandle& TraceHandle::instance(const Kestor::String& name) {
+TraceHandle& TraceHandle::instance(std::string_view name) {
   Facility& facility = Facility::instance();
-  std::unique_ptr<TraceHandle>& handle = facility.handles[name];
+  std::unique_ptr<TraceHandle>& handle = facility.handles[Kestor::String(name)];
   if (!handle) {
     const auto it = facility.selected.find(name);
-    handle.reset(new TraceHandle(name, it == facility.selected.end() ? errorLevelOnly : it->second));
+    handle.reset(new TraceHandle(Kestor::String(name), it == facility.selected.end() ? errorLevelOnly : it->second));
   }
   return *handle;
 }

@@ -16,7 +16,7 @@ namespace Zarn {
 class TraceHandle {
  public:
   /// The handle of the facility name; made on first use, it lives as long as the process.
-  static TraceHandle& instance(const Kestor::String& name);
+  static TraceHandle& instance(std::string_view name);
 
   const Kestor::String& name() const noexcept { return name_; }
   bool on(unsigned level) const noexcept { return (levels_ & (1U << level)) != 0; }
