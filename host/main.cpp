@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <signal.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
@@ -61,9 +62,13 @@ std::string managerAddress(const std::string& listen) {
 
 void announce(const SnmpEngine& engine, const std::string& source) {
   const std::string& address = engine.addresses().front();
-  fmt::print("ptpsnmpd {} is ready: serving {} on {}\n", version, source, fmt::join(engine.addresses(), ","));
-  fmt::print("Try: snmpbulkwalk -v2c -c {} -On {} 1.3.6.1.2.1.241\n", engine.builtInAccess() ? "public" : "COMMUNITY",
-             managerAddress(address.starts_with("udp:") ? address.substr(4) : address));
+  const std::string text = fmt::format(
+      "ptpsnmpd {} is ready: serving {} on {}\n"
+      "Try: snmpbulkwalk -v2c -c {} -On {} 1.3.6.1.2.1.241\n",
+      version, source, fmt::join(engine.addresses(), ","), engine.builtInAccess() ? "public" : "COMMUNITY",
+      managerAddress(address.starts_with("udp:") ? address.substr(4) : address));
+  // Nobody need be there to read it.
+  std::fputs(text.c_str(), stdout);
   std::fflush(stdout);
 }
 
@@ -95,6 +100,7 @@ int serve(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  signal(SIGPIPE, SIG_IGN);  // a log whose reader has gone is no reason to end
   logToStandardError();
   const ParsedOptions parsed = parseOptions(argc, argv);
   if (!parsed.options) return parsed.exitCode;
