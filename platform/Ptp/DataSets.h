@@ -171,4 +171,26 @@ using PortDS = DataSet<PortDSValues>;
 /// One port's counters.
 using PtpMibPortData = DataSet<PacketCounters>;
 
+// Each has a record and a tracker of its own, in DataSets.cpp.
+template <>
+const Zarn::TypeData& CurrentDS::typeData() const noexcept;
+template <>
+const Zarn::TypeData& ParentDS::typeData() const noexcept;
+template <>
+const Zarn::TypeData& TimePropertiesDS::typeData() const noexcept;
+template <>
+const Zarn::TypeData& PortDS::typeData() const noexcept;
+template <>
+const Zarn::TypeData& PtpMibPortData::typeData() const noexcept;
+template <>
+Zarn::MemAllocationTracker CurrentDS::memAllocationTracker_;
+template <>
+Zarn::MemAllocationTracker ParentDS::memAllocationTracker_;
+template <>
+Zarn::MemAllocationTracker TimePropertiesDS::memAllocationTracker_;
+template <>
+Zarn::MemAllocationTracker PortDS::memAllocationTracker_;
+template <>
+Zarn::MemAllocationTracker PtpMibPortData::memAllocationTracker_;
+
 }  // namespace Ptp
