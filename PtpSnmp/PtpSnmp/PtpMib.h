@@ -13,8 +13,7 @@ namespace PtpSnmp {
 ///
 /// The status-tracking agent adds and removes rows; everybody else reads. For each table:
 ///
-///   <table>Is(key, arguments...)   the row with this key, made from the arguments where there is none.
-///   Throws
+///   <table>Is(key, arguments...)   the row with this key, made from the arguments where there is none. Throws
 ///                                  Zarn::ReinstantiationException where there is one made from other
 ///                                  arguments, and changes nothing then.
 ///   <table>Del(key)                takes the row out and returns it; null where there is none.

@@ -9,6 +9,11 @@ constexpr char portSignature[] = "void PtpSnmp::Agent::PtpSnmpSm::handlePortTabl
 
 }  // namespace
 
+const Ptp::Status::PortDSMap& PtpSnmpSm::statusPortDS() const {
+  static const Ptp::Status::PortDSMap none;
+  return ptpStatus_ ? ptpStatus_->portDS() : none;
+}
+
 void PtpSnmpSm::handlePortTablesIndex(const Ptp::PortDSKey& key) {
   agentTrace().trace(flowLevel, "Enter ", portSignature, " with key: ", key);
   const auto type = clockType();
@@ -16,7 +21,8 @@ void PtpSnmpSm::handlePortTablesIndex(const Ptp::PortDSKey& key) {
     agentTrace().trace(flowLevel, "Exit ", portSignature, ", unsupported clockType");
     return;
   }
-  const Kestor::Ptr<const Ptp::PortDS> portDS = ptpStatus_->portDS(key);
+  const Kestor::Ptr<Ptp::PortDS>* const found = statusPortDS().find(key);
+  const Kestor::Ptr<const Ptp::PortDS> portDS = found != nullptr ? *found : nullptr;
   if (portDS) {
     addPort(key, *portDS, *type);
   } else {
@@ -63,8 +69,8 @@ void PtpSnmpSm::handlePortTablesIndexColl() {
     ptpMib_->portTransDSTableDel(row->key());
   }
   // Only the keys that the status holds now: entries of ports that are gone stay remembered, on purpose.
-  for (const auto& [key, portDS] : ptpStatus_->portDS()) portDSKeyToPortNumberDel(key);
-  for (const auto& [key, portDS] : ptpStatus_->portDS()) handlePortTablesIndex(key);
+  for (const auto& [key, portDS] : statusPortDS()) portDSKeyToPortNumberDel(key);
+  for (const auto& [key, portDS] : statusPortDS()) handlePortTablesIndex(key);
   agentTrace().trace(flowLevel, "Exit ", signature);
 }
 

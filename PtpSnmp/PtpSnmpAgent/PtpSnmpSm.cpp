@@ -1,8 +1,27 @@
 #include "PtpSnmpAgent/PtpSnmpSm.h"
 
+#include <map>
+
 #include "Zarn/TypeData.h"
 
 namespace PtpSnmp::Agent {
+namespace {
+
+// "<key>=<number>,...", in key order, so that equal maps read alike.
+Kestor::String portNumbersText(const Kestor::Node& node) {
+  std::map<Ptp::PortDSKey, std::uint16_t> sorted;
+  for (const auto& [key, number] : static_cast<const PtpSnmpSm&>(node).portDSKeyToPortNumber()) {
+    sorted.emplace(key, number);
+  }
+  Kestor::String text;
+  for (const auto& [key, number] : sorted) {
+    if (!text.empty()) text += ',';
+    text += key.stringValue() + '=' + std::to_string(number);
+  }
+  return text;
+}
+
+}  // namespace
 
 PtpSnmpSm::PtpSnmpSm(const StatusPtr& ptpStatus, const IfMibPtr& ifMib, const PtpMibPtr& ptpMib)
     : ptpStatus_(ptpStatus), ifMib_(ifMib), ptpMib_(ptpMib) {
@@ -138,7 +157,8 @@ const Zarn::TypeData& PtpSnmpSm::type() noexcept {
       Zarn::attribute<&PtpSnmpSm::defaultDS>(258, "defaultDS"),
       Zarn::attribute<&PtpSnmpSm::ifMib>(259, "ifMib"),
       Zarn::attribute<&PtpSnmpSm::ptpMib>(260, "ptpMib"),
-      Zarn::attribute<&PtpSnmpSm::hasNotificationActive>(261, "hasNotificationActive"),
+      {261, "portDSKeyToPortNumber", portNumbersText},
+      Zarn::attribute<&PtpSnmpSm::hasNotificationActive>(262, "hasNotificationActive"),
   };
   static constexpr Zarn::TypeData data{"PtpSnmp::Agent::PtpSnmpSm", attributes};
   return data;

@@ -92,7 +92,9 @@ class PtpSnmpSm final : public Kestor::Node, public Zarn::SlabAllocated<PtpSnmpS
   static constexpr std::uint32_t instanceIndex = 1;
 
   void runUnlessZombie(std::initializer_list<Handler> handlers);
+  // What the status holds, and nothing where there is no status.
   DefaultDSPtr statusDefaultDS() const noexcept;
+  const Ptp::Status::PortDSMap& statusPortDS() const;
   void statusSlotIs(bool bound);
   void defaultDSSlotIs(bool bound);
 

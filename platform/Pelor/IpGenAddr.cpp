@@ -9,9 +9,10 @@ namespace Pelor {
 
 IpGenAddr::IpGenAddr(std::string_view text) {
   const Kestor::String terminated(text);
-  if (inet_pton(AF_INET, terminated.c_str(), bytes.data()) == 1) {
+  const bool whole = terminated.find('\0') == Kestor::String::npos;  // inet_pton would read up to there only
+  if (whole && inet_pton(AF_INET, terminated.c_str(), bytes.data()) == 1) {
     family = AddressFamily::ipv4;
-  } else if (inet_pton(AF_INET6, terminated.c_str(), bytes.data()) == 1) {
+  } else if (whole && inet_pton(AF_INET6, terminated.c_str(), bytes.data()) == 1) {
     family = AddressFamily::ipv6;
   } else {
     throw Zarn::RangeException(fmt::format("\"{}\" is not an IPv4 or IPv6 address", text));

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <unordered_map>
+#include <utility>
 
 namespace Zarn {
 
@@ -22,8 +23,11 @@ std::uint64_t singleAttributeHash(std::uint64_t value, std::uint64_t seed) noexc
 ///     };
 template <class Node>
 class HashMap2018 {
+  // False for an unhashable key: its exception goes through to whoever hashed it.
+  static constexpr bool hashes = noexcept(Node::hash(std::declval<const typename Node::Key&>(), 0));
+
   struct Hash {
-    std::size_t operator()(const typename Node::Key& key) const noexcept { return Node::hash(key, hashSeed()); }
+    std::size_t operator()(const typename Node::Key& key) const noexcept(hashes) { return Node::hash(key, hashSeed()); }
   };
   using Map = std::unordered_map<typename Node::Key, typename Node::Value, Hash>;
 
@@ -38,14 +42,14 @@ class HashMap2018 {
   auto end() const noexcept { return map_.end(); }
 
   /// The value, or null where the key is absent. Valid until the key is removed.
-  const Value* find(const Key& key) const noexcept {
+  const Value* find(const Key& key) const noexcept(hashes) {
     const auto it = map_.find(key);
     return it == map_.end() ? nullptr : &it->second;
   }
 
   void insertOrAssign(const Key& key, Value value) { map_.insert_or_assign(key, std::move(value)); }
   /// Whether the key was there.
-  bool remove(const Key& key) noexcept { return map_.erase(key) != 0; }
+  bool remove(const Key& key) noexcept(hashes) { return map_.erase(key) != 0; }
   void clear() noexcept { map_.clear(); }
 
  private:

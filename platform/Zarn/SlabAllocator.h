@@ -9,6 +9,7 @@ namespace Zarn {
 /// Fixed-size blocks from slabs that are shared by all types of one size. Blocks return to their slab; slabs
 /// stay with the process, so a table that shrinks and grows again does not fragment the heap. Under a
 /// sanitizer every block comes from the heap instead, so that a use after free is seen.
+/// Any thread may allocate and free while Kestor::ThreadControl says that there is more than one.
 void* slabAllocate(std::size_t size);
 void slabFree(void* block, std::size_t size) noexcept;
 

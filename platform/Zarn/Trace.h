@@ -51,8 +51,7 @@ class TraceSettings {
  public:
   using Sink = std::function<void(std::string_view line)>;
 
-  /// Applies a selection such as "Snmp/0-2,PtpSnmp/8", to handles that exist and to those made later. Items
-  /// are
+  /// Applies a selection such as "Snmp/0-2,PtpSnmp/8", to handles that exist and to those made later. Items are
   /// `<handle>/<level>`, `<handle>/<first>-<last>`, which add levels, and `<handle>/off`, which switches all
   /// levels of the handle off, level 0 included. Levels run from 0 to 31. Throws RangeException, naming the
   /// item, and then changes nothing.
