@@ -152,7 +152,10 @@ void StatusWriter::applyInterfaces(const StatusSnapshot& snapshot) {
   for (const auto& [name, id] : intfIds_) {
     if (!snapshot.interfaces.contains(name)) ifMib_->ifIndexByIntfIdDel(id);
   }
-  for (const auto& [name, ifIndex] : snapshot.interfaces) ifMib_->ifIndexByIntfIdIs(intfId(name), ifIndex);
+  for (const auto& [name, ifIndex] : snapshot.interfaces) {
+    // One without a name would become that of every port whose interface is not known.
+    if (!name.empty()) ifMib_->ifIndexByIntfIdIs(intfId(name), ifIndex);
+  }
 }
 
 // Names come and go for years. An id is kept while a port or the interface map may use its name, and a while longer:

@@ -24,8 +24,8 @@ class StatusWriter {
  public:
   StatusWriter(Kestor::Ptr<Ptp::Status> status, Kestor::Ptr<IntfSnmp::IfMib> ifMib);
 
-  /// Afterwards the status equals the snapshot. Throws StatusRefused, having changed nothing, where two ports
-  /// carry one number or a value cannot be served.
+  /// Afterwards the status equals the snapshot; or is empty, where the snapshot has no default data set. Throws
+  /// StatusRefused, having changed nothing, where two ports carry one number or a value cannot be served.
   void apply(const StatusSnapshot& snapshot);
 
  private:
