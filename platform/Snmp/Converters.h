@@ -34,7 +34,7 @@ struct StringToAsnOctetStringF {
 struct U64ToCounter64F {
   std::int32_t operator()(unsigned long value, unsigned char* buffer, std::size_t length) const noexcept;
 };
-/// The array of sub-identifiers; 0 bytes for the empty identifier, which goes out as zeroDotZero.
+/// The array of sub-identifiers; 0 bytes for the empty identifier, which the agent library sends as a null identifier.
 struct SnmpObjectIdentifierToAsnOidF {
   std::int32_t operator()(const ObjectIdentifier& value, unsigned char* buffer, std::size_t length) const noexcept;
 };

@@ -1,0 +1,199 @@
+// Long random histories of the device, written by the writer and behind its
+// back, beside a reference that works out from the last good snapshot which
+// rows should exist.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <random>
+#include <set>
+
+#include "PtpSnmpAgent/Root.h"
+#include "Source.h"
+#include "StatusWriter.h"
+
+namespace host {
+namespace {
+
+using Number = unsigned;
+using Rows = std::set<std::string>;
+
+// Whether a port's row is told with its packets sent.
+enum class Counters { shown, hidden };
+
+std::string portRow(Number domain, Number type, Number instance, Number number, const Ptp::PortDSKey& key) {
+  return fmt::format("port {}.{}.{}.{} of {}", domain, type, instance, number, key.stringValue());
+}
+std::string counted(const std::string& row, std::uint64_t sent) { return fmt::format("{} sent {}", row, sent); }
+
+template <class Table, class Text>
+void append(Rows& rows, const Table& table, Text text) {
+  for (auto row = table.begin(); !row.atEnd(); row.advance()) rows.insert(text(*row));
+}
+
+Rows read(const PtpSnmp::PtpMib& mib, Counters counters) {
+  Rows rows;
+  const auto code = [](PtpSnmp::ClockType type) { return static_cast<Number>(type); };
+  append(rows, mib.ptpTable(), [&](const auto& row) {
+    return fmt::format("ptp {}.{}.{}", row.domainIndex(), code(row.clockTypeIndex()), row.instanceIndex());
+  });
+  append(rows, mib.transDefaultDSTable(),
+         [&](const auto& row) { return fmt::format("transDefault {}.{}", row.domainIndex(), row.instanceIndex()); });
+  append(rows, mib.portTable(), [&](const auto& row) {
+    const std::string text = portRow(row.domainIndex(), code(row.clockTypeIndex()), row.instanceIndex(),
+                                     row.portNumberIndex(), row.portDSKey());
+    return counters == Counters::shown ? counted(text, row.packetsSent()) : text;
+  });
+  append(rows, mib.portTransDSTable(), [&](const auto& row) {
+    return fmt::format("portTrans {}.{}.{} of {}", row.domainIndex(), row.instanceIndex(), row.portNumberIndex(),
+                       row.portDSKey().stringValue());
+  });
+  append(rows, mib.systemTable(),
+         [&](const auto& row) { return fmt::format("system {}.{}", row.ptpDomainIndex(), row.ptpInstanceIndex()); });
+  append(rows, mib.systemDomainTable(),
+         [&](const auto& row) { return fmt::format("systemDomain {}", code(row.key())); });
+  return rows;
+}
+
+/// What a device in this state shows.
+Rows expected(const StatusSnapshot& snapshot, Counters counters) {
+  const Number mode = snapshot.defaultDS ? static_cast<Number>(snapshot.defaultDS->clockMode) : 0;
+  if (mode < 1 || mode > 5) return {};
+  const Number domain = snapshot.defaultDS->domainNumber;
+  const Number type = mode <= 2 ? 1 : 2;
+  Rows rows = {fmt::format("ptp {}.{}.1", domain, type), fmt::format("system {}.1", domain),
+               fmt::format("systemDomain {}", type)};
+  if (type == 2) rows.insert(fmt::format("transDefault {}.1", domain));
+  for (const auto& [key, port] : snapshot.ports) {
+    const Number number = port.values.portIdentity.portNumber.value();
+    const std::string row = portRow(domain, type, 1, number, key);
+    const bool hasCounters = snapshot.mibData && port.counters;
+    rows.insert(counters == Counters::hidden ? row : counted(row, hasCounters ? port.counters->packetsSent : 0));
+    if (type == 2) rows.insert(fmt::format("portTrans {}.1.{} of {}", domain, number, key.stringValue()));
+  }
+  return rows;
+}
+
+/// Draws one event after another.
+class Device {
+ public:
+  explicit Device(unsigned seed) : random_(seed) { root_->agentIs(status_, mib_, ifMib_); }
+
+  void step() {
+    switch (draw(12)) {
+      case 0: replaceDefaultDS(); break;
+      case 1: dropDefaultDS(); break;
+      case 2: switchNotifications(); break;
+      case 3: hostile(); break;
+      default: write(); break;
+    }
+    if (followed()) shown_ = expected(good_, Counters::hidden);
+  }
+  void expectAgreement() const {
+    ASSERT_EQ(read(*mib_, Counters::hidden), shown_);
+    // Rows that are left from before read whatever their port's objects hold now.
+    if (followed()) {
+      ASSERT_EQ(read(*mib_, Counters::shown), expected(good_, Counters::shown));
+    }
+  }
+
+ private:
+  bool followed() const { return heard_ && status_->defaultDS(); }
+
+  unsigned draw(unsigned limit) { return std::uniform_int_distribution<unsigned>(0, limit - 1)(random_); }
+  Ptp::PortDSKey drawKey() {
+    static const std::array clocks = {"001122.fffe.334455", "aabbcc.fffe.ddeeff"};
+    return Ptp::PortDSKey(
+        Ptp::PortIdentity(Ptp::ClockIdentity(clocks[draw(2)]), Pelor::NetU16(static_cast<std::uint16_t>(draw(6)))));
+  }
+  PortSnapshot drawPort(std::uint16_t number) {
+    PortSnapshot port;
+    port.values.portIdentity.portNumber.valueIs(number);
+    port.values.name = "port";
+    port.interface = draw(2) == 0 ? "" : "eth" + std::to_string(draw(4));
+    if (draw(3) != 0) port.counters = Ptp::PacketCounters{draw(1000) + 1, 2};
+    return port;
+  }
+
+  // Renumbers all ports: each number is used once.
+  void drawPorts(StatusSnapshot& snapshot) {
+    std::array<std::uint16_t, 8> numbers = {1, 2, 3, 4, 5, 6, 7, 65535};
+    std::shuffle(numbers.begin(), numbers.end(), random_);
+    snapshot.ports.clear();
+    for (unsigned i = draw(8); i > 0; --i) snapshot.ports.insert_or_assign(drawKey(), drawPort(numbers[i]));
+  }
+  // Changes one thing, several, or nothing.
+  StatusSnapshot drawNext() {
+    StatusSnapshot next = good_;
+    if (!next.defaultDS || draw(4) == 0) drawPorts(next);
+    if (!next.defaultDS) next.defaultDS.emplace().clockMode = Ptp::PtpMode::boundary;
+    if (draw(3) == 0) next.defaultDS->clockMode = static_cast<Ptp::PtpMode>(draw(8));
+    if (draw(3) == 0) next.defaultDS->domainNumber = static_cast<std::uint8_t>(draw(3) * 127);
+    if (draw(4) == 0) next.mibData = draw(3) == 0 ? std::nullopt : std::optional<MibDataSnapshot>(std::in_place);
+    if (!next.ports.empty() && draw(3) == 0) next.ports.erase(next.ports.begin());
+    if (!next.ports.empty() && draw(3) == 0) {
+      PortSnapshot& port = next.ports.rbegin()->second;
+      port = drawPort(port.values.portIdentity.portNumber.value());
+    }
+    if (draw(10) == 0) next.defaultDS.reset();
+    return next;
+  }
+
+  void write() {
+    const StatusSnapshot next = drawNext();
+    const bool withdrawn = !next.defaultDS;
+    // The rows of a data set that was dropped behind the writer's back stay:
+    // there is no mode left to set to 0.
+    const bool emptied = withdrawn && followed();
+    writer_.apply(next);
+    good_ = withdrawn ? StatusSnapshot{} : next;
+    if (emptied) shown_ = {};
+  }
+  void hostile() {
+    StatusSnapshot next = drawNext();
+    next.ports.insert_or_assign(drawKey(), drawPort(3));
+    next.ports.insert_or_assign(Ptp::PortDSKey("ffffff.ffff.ffffff-9"), drawPort(3));
+    EXPECT_THROW(writer_.apply(next), StatusRefused);
+  }
+  void replaceDefaultDS() {
+    if (status_->defaultDS()) status_->defaultDSIs(Kestor::make<Ptp::DefaultDS>(*good_.defaultDS));
+  }
+  void dropDefaultDS() {
+    if (!status_->defaultDS()) return;
+    status_->defaultDSIs(nullptr);
+  }
+  // What was missed while they were off is made good by a new default data set.
+  void switchNotifications() {
+    heard_ = !heard_;
+    root_->agent()->ptpSnmpSm()->hasNotificationActiveIs(heard_);
+    if (!heard_) return;
+    status_->defaultDSIs(nullptr);
+    status_->publisher().publish(Ptp::Status::defaultDSAttribute);
+    if (good_.defaultDS) status_->defaultDSIs(Kestor::make<Ptp::DefaultDS>(*good_.defaultDS));
+  }
+
+  std::mt19937 random_;
+  Kestor::Ptr<Ptp::Status> status_ = Kestor::make<Ptp::Status>("status");
+  Kestor::Ptr<IntfSnmp::IfMib> ifMib_ = Kestor::make<IntfSnmp::IfMib>("ifMib");
+  Kestor::Ptr<PtpSnmp::PtpMib> mib_ = PtpSnmp::ptpMibFactory("mib");
+  Kestor::Ptr<PtpSnmp::Agent::Root> root_ = PtpSnmp::Agent::rootFactory("root");
+  StatusWriter writer_{status_, ifMib_};
+  StatusSnapshot good_;
+  Rows shown_;
+  bool heard_ = true;
+};
+
+class StatusWriterModel : public testing::TestWithParam<unsigned> {};
+
+TEST_P(StatusWriterModel, AfterEachOfFiftyThousandEventsTheTablesMatchTheLastGoodSnapshot) {
+  Device device(GetParam());
+  for (int event = 0; event < 50'000; ++event) {
+    device.step();
+    ASSERT_NO_FATAL_FAILURE(device.expectAgreement()) << "after event " << event;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, StatusWriterModel, testing::Values(1U, 2U, 3U));
+
+}  // namespace
+}  // namespace host
