@@ -131,9 +131,9 @@ const std::vector<Table>& tables() {
   return all;
 }
 
-const Table& table(const std::string& name) {
+const Table& table(std::string_view name) {
   const auto found = std::find_if(tables().begin(), tables().end(), [&](const Table& t) { return t.name == name; });
-  if (found == tables().end()) throw std::runtime_error("no table " + name);
+  if (found == tables().end()) throw std::runtime_error("no table " + std::string(name));
   return *found;
 }
 

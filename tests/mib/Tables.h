@@ -4,6 +4,7 @@
 
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Varbind.h"
@@ -40,6 +41,6 @@ void PrintTo(const Table& table, std::ostream* os);
 
 /// The twelve tables in the order of their registration.
 const std::vector<Table>& tables();
-const Table& table(const std::string& name);
+const Table& table(std::string_view name);
 
 }  // namespace test
