@@ -178,8 +178,14 @@ class Clock:
         parent = self.ask("PARENT_DATA_SET").get("PARENT_DATA_SET", {})
         return parent if parent.get("gm.ClockClass") == wanted else None
 
-    def wait_for_state(self, wanted):
-        wait_for(f"{self.name} in state {wanted}", lambda: self.port_state() == wanted)
+    def wait_until_it_follows(self):
+        """In SLAVE; or still in UNCALIBRATED after that had time to end: ptp4l 4 stays there as long as it may not
+        adjust the clock."""
+        try:
+            wait_for(f"{self.name} in SLAVE", lambda: self.port_state() == "SLAVE", seconds=10)
+        except Failed:
+            if self.port_state() != "UNCALIBRATED":
+                raise
 
 
 @contextlib.contextmanager
@@ -274,7 +280,7 @@ class Ptp4lTest(unittest.TestCase):
 
     def test_snmp_says_what_pmc_says(self):
         with clocks() as (master, slave), master.start(MASTER), slave.start(SLAVE):
-            slave.wait_for_state("SLAVE")
+            slave.wait_until_it_follows()
             pmc(master.socket, master.folder, GRANDMASTER, domain=DOMAIN)
             parent = wait_for("the grandmaster's settings", lambda: slave.grandmaster_of_class("6"))
             self.assertEqual(parent["grandmasterIdentity"], clock_identity(1))
