@@ -20,7 +20,8 @@ using PtpSnmp::ClockType;
 using PtpSnmp::PortTableKey;
 
 Ptp::PortIdentity identity(std::int64_t port) {
-  return {Ptp::ClockIdentity("001122.fffe.334455"), Pelor::NetU16(static_cast<std::uint16_t>(port))};
+  static const Ptp::ClockIdentity clock("001122.fffe.334455");
+  return {clock, Pelor::NetU16(static_cast<std::uint16_t>(port))};
 }
 
 /// A boundary clock with ports 1 to n, and its agent.

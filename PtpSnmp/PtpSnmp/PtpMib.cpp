@@ -10,14 +10,12 @@ namespace PtpSnmp {
 template <class K, class Row, class... Arguments>
 Kestor::Ptr<Row> PtpMib::rowIs(Zarn::RbTreeMap<K, Row>& table, Kestor::AttributeId attribute, const K& key,
                                const Arguments&... arguments) {
-  if (Kestor::Ptr<Row> row = table[key]) {
-    const std::string_view differing = row->differing(arguments...);
-    if (!differing.empty()) Zarn::throwMutatorReinstantiating(row->fwkType(), differing);
-    return row;
+  const auto [row, made] = table.findOrInsert(key, [&] { return Kestor::make<Row>(key, arguments...); });
+  if (made) {
+    publisher().publish(attribute, &row->key());
+  } else if (const std::string_view differing = row->differing(arguments...); !differing.empty()) {
+    Zarn::throwMutatorReinstantiating(row->fwkType(), differing);
   }
-  const auto row = Kestor::make<Row>(key, arguments...);
-  table.insert(row);
-  publisher().publish(attribute, &row->key());
   return row;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <ostream>
 #include <string_view>
+#include <utility>
 
 #include "Kestor/Ptr.h"
 
@@ -95,10 +96,18 @@ class RbTreeMap {
   /// At the first row whose key is greater than the given one.
   BasicIteratorConst after(const Key& key) const noexcept { return {this, tree_.upper_bound(key)}; }
 
-  /// Takes a row in. REQUIRES: no row has its key.
-  void insert(Kestor::Ptr<Entry> entry) noexcept {
+  /// The row with the key, and false; or, where there is none, the row that make() returns, taken in, and true.
+  /// One search serves both. REQUIRES: make() returns a row with this key and leaves the map as it is.
+  template <class Make>
+  std::pair<Kestor::Ptr<Entry>, bool> findOrInsert(const Key& key, Make make) {
+    typename Tree::insert_commit_data place;
+    const auto [position, absent] = tree_.insert_check(key, Less{}, place);
+    if (!absent) return {&*position, false};
+    Kestor::Ptr<Entry> entry = make();
+    tree_.insert_commit(*entry, place);
+    intrusive_ptr_add_ref(entry.get());
     ++stamp_;
-    tree_.insert(*entry.detach());
+    return {std::move(entry), true};
   }
 
   /// Takes a row out and hands over the map's reference; null where no row has the key.

@@ -65,6 +65,20 @@ TEST(HashMap, IteratesOverEveryElementOnce) {
   EXPECT_EQ(found, expected);
 }
 
+TEST(HashMap, KeepsEveryOtherElementWhileSomeAreRemoved) {
+  Map map;
+  for (std::uint64_t key = 0; key < 1000; ++key) map.insertOrAssign(key, std::to_string(key));
+  for (std::uint64_t key = 0; key < 1000; key += 3) EXPECT_TRUE(map.remove(key));
+  for (std::uint64_t key = 0; key < 1000; ++key) {
+    const std::string* found = map.find(key);
+    ASSERT_EQ(found == nullptr, key % 3 == 0) << key;
+    if (found != nullptr) {
+      EXPECT_EQ(*found, std::to_string(key));
+    }
+  }
+  EXPECT_EQ(map.size(), 666U);
+}
+
 TEST(HashMap, HashesEveryKeyOverTheSeedOfTheProcess) {
   seeds.clear();
   Map map;

@@ -95,4 +95,12 @@ TEST(PortDSKey, ItsHashDependsOnClockPortAndSeed) {
   EXPECT_EQ(Ptp::PortDSKeyed::hash(key, Zarn::hashSeed()), key.hash(Zarn::hashSeed()));
 }
 
+TEST(PortDSKey, EightNeighbouringPortsHaveNeighbouringHashes) {
+  const auto hash = [](std::uint16_t port) {
+    return PortDSKey(PortIdentity{ClockIdentity("001122.fffe.334455"), Pelor::NetU16(port)}).hash(7);
+  };
+  for (std::uint16_t port = 8; port < 16; ++port) EXPECT_EQ(hash(port), hash(8) + port - 8);
+  EXPECT_NE(hash(16), hash(8) + 8);
+}
+
 }  // namespace

@@ -11,8 +11,12 @@ namespace {
 using test::Counted;
 using Map = Zarn::RbTreeMap<int, Counted>;
 
+void take(Map& map, const Kestor::Ptr<Counted>& row) {
+  map.findOrInsert(row->key(), [&] { return row; });
+}
+
 void fill(Map& map, std::initializer_list<int> keys) {
-  for (const int key : keys) map.insert(Kestor::make<Counted>(key));
+  for (const int key : keys) take(map, Kestor::make<Counted>(key));
 }
 
 std::vector<int> keys(Map::BasicIteratorConst position) {
@@ -52,16 +56,30 @@ TEST(RbTreeMap, HoldsOneReferenceToEachRow) {
   const auto row = Kestor::make<Counted>(1);
   {
     Map map;
-    map.insert(row);
+    take(map, row);
     EXPECT_EQ(row->refCount(), 2U);
     EXPECT_EQ(map[1], row);
     EXPECT_EQ(row->refCount(), 2U);
     const Kestor::Ptr<Counted> removed = map.remove(1);
     EXPECT_EQ(removed, row);
     EXPECT_EQ(row->refCount(), 2U);
-    map.insert(row);
+    take(map, row);
   }
   EXPECT_EQ(row->refCount(), 1U);
+}
+
+TEST(RbTreeMap, FindOrInsertMakesARowOnlyWhereThereIsNone) {
+  Map map;
+  const auto row = Kestor::make<Counted>(1);
+  const auto [taken, isNew] = map.findOrInsert(1, [&] { return row; });
+  EXPECT_TRUE(isNew);
+  EXPECT_EQ(taken, row);
+  const auto [found, isNewAgain] = map.findOrInsert(1, []() -> Kestor::Ptr<Counted> {
+    ADD_FAILURE() << "made a row that was there";
+    return nullptr;
+  });
+  EXPECT_FALSE(isNewAgain);
+  EXPECT_EQ(found, row);
 }
 
 TEST(RbTreeMap, RemovingAnAbsentKeyGivesNull) {
