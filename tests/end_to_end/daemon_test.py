@@ -5,13 +5,11 @@ usage: PTPSNMPD=/path/to/ptpsnmpd daemon_test.py [unittest options]
 """
 
 import json
-import os
 import signal
 import subprocess
-import sys
 import unittest
 
-from harness import Failed, Process, Snmp, command, free_udp_port, scratch_folder, wait_for
+from harness import Daemon, Failed, Snmp, command, daemon_program, run_tests, scratch_folder, wait_for
 
 PTPBASE = "1.3.6.1.2.1.241"
 TABLES = [f"{PTPBASE}.1.1.{n}" for n in (1, 2)] + [f"{PTPBASE}.1.2.{n}" for n in range(1, 11)]
@@ -21,29 +19,11 @@ PRIORITY1 = f"{PTPBASE}.1.2.3.1.6.0.2.1"
 RUN_FAILED, BAD_INPUT = 1, 2
 
 
-def daemon_program():
-    return os.environ["PTPSNMPD"]
-
-
 def run(*options):
     """A run that ends by itself: its exit status and what it said."""
     result = subprocess.run([daemon_program(), *options], capture_output=True, text=True, timeout=20,
                             stdin=subprocess.DEVNULL)
     return result.returncode, result.stdout + result.stderr
-
-
-class Daemon(Process):
-    """A running daemon on a port of its own, ready to answer."""
-
-    def __init__(self, folder, *options):
-        self.port = free_udp_port()
-        self.snmp = Snmp(self.port)
-        super().__init__(folder, "ptpsnmpd", [daemon_program(), "--listen", f"udp:127.0.0.1:{self.port}", *options])
-
-    def __enter__(self):
-        super().__enter__()
-        wait_for("the daemon is ready", lambda: "is ready" in self.output())
-        return self
 
 
 def key_of(oid):
@@ -173,11 +153,5 @@ class Ending(unittest.TestCase):
                 self.assertEqual(daemon.stop(how), 0, daemon.output())
 
 
-def main():
-    if not os.access(os.environ.get("PTPSNMPD", ""), os.X_OK):
-        sys.exit("PTPSNMPD must name the program to test")
-    unittest.main(verbosity=2)
-
-
 if __name__ == "__main__":
-    main()
+    run_tests()

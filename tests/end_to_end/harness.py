@@ -14,6 +14,7 @@ import subprocess
 import sys
 import tempfile
 import time
+import unittest
 from pathlib import Path
 
 SKIPPED = 77  # what CTest takes for "not run here"
@@ -198,6 +199,31 @@ class Snmp:
         if self._namespace is not None:
             arguments = self._namespace.inside(*arguments)
         return parse_varbinds(command(*arguments, timeout=30))
+
+
+def daemon_program():
+    return os.environ["PTPSNMPD"]
+
+
+class Daemon(Process):
+    """A running daemon on a port of its own, ready to answer."""
+
+    def __init__(self, folder, *options):
+        self.port = free_udp_port()
+        self.snmp = Snmp(self.port)
+        super().__init__(folder, "ptpsnmpd", [daemon_program(), "--listen", f"udp:127.0.0.1:{self.port}", *options])
+
+    def __enter__(self):
+        super().__enter__()
+        wait_for("the daemon is ready", lambda: "is ready" in self.output())
+        return self
+
+
+def run_tests():
+    """The main function of a test program."""
+    if not os.access(os.environ.get("PTPSNMPD", ""), os.X_OK):
+        sys.exit("PTPSNMPD must name the program to test")
+    unittest.main(verbosity=2)
 
 
 # A varbind starts a line; a long string goes on in the next ones.

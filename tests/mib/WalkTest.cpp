@@ -62,15 +62,20 @@ TEST_F(WalkTest, DataSetsMissingFromTheStartLeaveTheSameCells) {
   }
 }
 
-// The cells of the port tables of a transparent clock with ports 1 to count, as the MIB orders them.
-std::vector<Oid> portCells(unsigned count) {
-  const std::vector<std::pair<Oid, std::vector<oid>>> columns{
+// The served columns of the four port tables.
+const std::vector<std::pair<Oid, std::vector<oid>>>& portColumns() {
+  static const std::vector<std::pair<Oid, std::vector<oid>>> columns{
       {parseOid("1.3.6.1.2.1.241.1.2.7.1"), {5, 6, 7, 10}},
       {parseOid("1.3.6.1.2.1.241.1.2.8.1"), {5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}},
       {parseOid("1.3.6.1.2.1.241.1.2.9.1"), {5, 6, 7, 8, 9, 10, 11, 12, 13, 14}},
       {parseOid("1.3.6.1.2.1.241.1.2.10.1"), {4, 5, 6, 7}}};
+  return columns;
+}
+
+// The cells of the port tables of a transparent clock with ports 1 to count, as the MIB orders them.
+std::vector<Oid> portCells(unsigned count) {
   std::vector<Oid> cells;
-  for (const auto& [entry, numbers] : columns) {
+  for (const auto& [entry, numbers] : portColumns()) {
     for (const oid column : numbers) {
       for (oid port = 1; port <= count; ++port) {
         cells.push_back(entry + Oid{column} + (entry[9] == 10 ? Oid{0, 1, port} : Oid{0, 3, 1, port}));
@@ -92,21 +97,33 @@ TEST_F(WalkTest, TablesOfAnySizeAreCompleteAndInOrder) {
   }
 }
 
-TEST_F(WalkTest, AColumnOf65535PortsIsCompleteAndInOrder) {
+// Every cell of the four port tables in an optimised build; elsewhere that takes minutes, and one column stands for
+// all.
+TEST_F(WalkTest, TablesOf65535PortsAreCompleteAndInOrder) {
+#ifdef NDEBUG
+  constexpr bool everyColumn = true;
+#else
+  constexpr bool everyColumn = false;
+#endif
   ServedDevice device;
   Ptp::DefaultDSValues clock;
-  clock.clockMode = Ptp::PtpMode::boundary;
+  clock.clockMode = Ptp::PtpMode::peerToPeerTransparent;
   device.status->defaultDSIs(Kestor::make<Ptp::DefaultDS>(clock));
   for (unsigned port = 1; port <= 65535; ++port) addPort(device, static_cast<std::uint16_t>(port));
-  Oid last = parseOid("1.3.6.1.2.1.241.1.2.8.1.15");
-  const Oid column = last;
-  oid expected = 1;
-  while (expected <= 65535) {
-    for (const Varbind& cell : agent_.getBulk({last}, 50).varbinds) {
-      last = cell.name;
-      if (expected > 65535) break;
-      ASSERT_EQ(last, column + (Oid{0, 2, 1, expected}));
-      ++expected;
+  for (const auto& [entry, numbers] : portColumns()) {
+    for (const oid number : numbers) {
+      if (!everyColumn && !(entry[9] == 8 && number == 15)) continue;
+      const Oid column = entry + Oid{number};
+      Oid last = column;
+      oid expected = 1;
+      while (expected <= 65535) {
+        for (const Varbind& cell : agent_.getBulk({last}, 50).varbinds) {
+          last = cell.name;
+          if (expected > 65535) break;
+          ASSERT_EQ(last, column + (entry[9] == 10 ? Oid{0, 1, expected} : Oid{0, 3, 1, expected}));
+          ++expected;
+        }
+      }
     }
   }
 }
