@@ -2,14 +2,76 @@
 
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
+#include <limits>
+#include <utility>
+
 namespace host::ptp4l {
+
+namespace {
+
+constexpr std::uint16_t subscriptionSeconds = 2;
+constexpr unsigned timeStatusPerSecond = 3;
+
+// In units of 2^-16 ns, as the current data set has it; what lies beyond them is the greatest there is.
+Ptp::TimeInterval interval(std::int64_t nanoseconds) {
+  constexpr std::int64_t limit = std::numeric_limits<Ptp::TimeInterval>::max() >> 16;
+  return std::clamp(nanoseconds, -limit, limit) * (1 << 16);
+}
+
+template <class Value>
+bool replace(std::optional<Value>& held, std::optional<Value> given) {
+  return std::exchange(held, std::move(given)) != held;
+}
+
+}  // namespace
 
 void ClockPoll::begin(const std::vector<Domain>& domains) {
   queue_.clear();
+  heldBack_.clear();
   inFlight_.clear();
   answered_ = false;
+  for (const Domain domain : domains) queue_.push_back(request(ManagementId::defaultDataSet, domain, allPorts));
+}
+
+void ClockPoll::forget() {
   replies_ = {};
-  for (const Domain domain : domains) ask(ManagementId::defaultDataSet, domain, allPorts);
+  refused_.clear();
+  syncIsFast_ = false;
+}
+
+void ClockPoll::askForClock() {
+  using enum ManagementId;
+  for (const auto id : {timePropertiesDataSet, parentDataSet, currentDataSet}) {
+    const auto same = [id](const GetRequest& waiting) { return waiting.id == id; };
+    if (refused_.contains(id) || std::any_of(queue_.begin(), queue_.end(), same)) continue;
+    queue_.push_front(request(id, domain_, allPorts));
+  }
+}
+
+// A port's interface and its protocol stay as long as the service runs, so that one port a round is enough to
+// notice where they did not.
+void ClockPoll::askForPorts() {
+  const unsigned ports = std::min<unsigned>(replies_.defaultDS->numberPorts.value(), allPorts - 1);
+  describeNext_ = describeNext_ < ports ? describeNext_ + 1 : 1;
+  for (unsigned i = 1; i <= ports; ++i) {
+    const auto port = static_cast<std::uint16_t>(i);
+    const PortReplies& known = replies_.ports[port];
+    const bool due = port == describeNext_;
+    const auto ask = [&](ManagementId id) {
+      if (!refused_.contains(id)) heldBack_.push_back(request(id, domain_, port));
+    };
+    ask(ManagementId::portDataSet);
+    ask(ManagementId::portStatsNp);
+    if (due || !known.interface) ask(ManagementId::portPropertiesNp);
+    if (due || !known.description) ask(ManagementId::clockDescription);
+  }
+}
+
+void ClockPoll::release(std::size_t requests) {
+  const auto end = heldBack_.begin() + static_cast<std::ptrdiff_t>(std::min(requests, heldBack_.size()));
+  queue_.insert(queue_.end(), heldBack_.begin(), end);
+  heldBack_.erase(heldBack_.begin(), end);
 }
 
 // Of the questions for the clock in several domains, only one is ever answered.
@@ -23,73 +85,153 @@ void ClockPoll::sent() {
   queue_.pop_front();
 }
 
-void ClockPoll::accept(const Response& response) {
+std::optional<Subscription> ClockPoll::subscription() {
+  if (std::exchange(timeStatusEvents_, 0) > timeStatusPerSecond) syncIsFast_ = true;
+  if (!replies_.defaultDS || refused_.contains(ManagementId::subscribeEventsNp)) return {};
+  std::uint8_t events = Events::portState | Events::parentDataSet;
+  if (!syncIsFast_) events |= Events::timeSync;
+  return Subscription{.events = events,
+                      .seconds = subscriptionSeconds,
+                      .domain = domain_,
+                      .sequenceId = sequenceId_++,
+                      .senderNumber = senderNumber_};
+}
+
+ClockPoll::Heard ClockPoll::accept(const Response& response) {
+  if (response.targetNumber != senderNumber_) return {};
   const auto found = inFlight_.find(response.sequenceId);
-  if (found == inFlight_.end() || response.targetNumber != senderNumber_) return;
-  const GetRequest request = found->second;
-  if (response.id != request.id || response.domain != request.domain) return;
-  if (response.error) {
+  const bool asked = found != inFlight_.end() && response.id == found->second.id &&
+                     response.domain == found->second.domain &&
+                     (response.error || found->second.port == allPorts ||
+                      response.source.portNumber.value() == found->second.port);
+  if (asked) {
+    const std::uint16_t port = found->second.port;
     inFlight_.erase(found);
-    refuse(response, request.port);
-  } else if (request.port == allPorts || response.source.portNumber.value() == request.port) {
-    inFlight_.erase(found);
-    store(response, request.port);
-  }
-}
-
-void ClockPoll::ask(ManagementId id, Domain domain, std::uint16_t port) {
-  if (refused_.contains(id)) return;
-  queue_.push_back(
-      {.id = id, .domain = domain, .port = port, .sequenceId = sequenceId_++, .senderNumber = senderNumber_});
-}
-
-void ClockPoll::askForTheRest() {
-  using enum ManagementId;
-  for (const auto id : {currentDataSet, parentDataSet, timePropertiesDataSet}) ask(id, domain_, allPorts);
-  const unsigned ports = replies_.defaultDS->numberPorts.value();
-  for (unsigned port = 1; port <= ports && port < allPorts; ++port) {
-    for (const auto id : {portDataSet, portPropertiesNp, portStatsNp, clockDescription}) {
-      ask(id, domain_, static_cast<std::uint16_t>(port));
+    if (response.error) {
+      refuse(response, port);
+      return {.answer = true};
     }
+    return {.answer = true, .topology = store(response) == Change::topology};
   }
+  if (response.id == ManagementId::subscribeEventsNp && response.error) refuse(response, allPorts);
+  if (!isEvent(response)) return {};
+  if (response.id == ManagementId::timeStatusNp) ++timeStatusEvents_;
+  const Change change = store(response);
+  return {.event = change != Change::none, .topology = change == Change::topology};
 }
 
-void ClockPoll::store(const Response& response, std::uint16_t port) {
+// Its sequence id is of the service's choice. A late answer to a question of an earlier round looks the same, and is
+// as true.
+bool ClockPoll::isEvent(const Response& response) const {
+  if (!replies_.defaultDS || response.error || response.domain != domain_) return false;
   switch (response.id) {
-    case ManagementId::defaultDataSet: storeDefaultDataSet(response); break;
-    case ManagementId::currentDataSet: replies_.currentDS = decodeCurrentDataSet(response.data); break;
-    case ManagementId::parentDataSet: replies_.parentDS = decodeParentDataSet(response.data); break;
-    case ManagementId::timePropertiesDataSet:
-      replies_.timePropertiesDS = decodeTimePropertiesDataSet(response.data);
-      break;
-    case ManagementId::portDataSet: replies_.ports[port].dataSet = decodePortDataSet(response.data); break;
-    case ManagementId::portPropertiesNp: replies_.ports[port].interface = decodePortProperties(response.data); break;
-    case ManagementId::portStatsNp: replies_.ports[port].counters = decodePortStats(response.data); break;
-    case ManagementId::clockDescription:
-      replies_.ports[port].description = decodeClockDescription(response.data);
-      break;
-    case ManagementId::timeStatusNp: break;
+    case ManagementId::timeStatusNp:
+    case ManagementId::parentDataSet: return true;
+    case ManagementId::portDataSet: return replies_.ports.contains(response.source.portNumber.value());
+    default: return false;
   }
 }
 
-void ClockPoll::storeDefaultDataSet(const Response& response) {
-  replies_.defaultDS = decodeDefaultDataSet(response.data);
-  if (!replies_.defaultDS) return;
+GetRequest ClockPoll::request(ManagementId id, Domain domain, std::uint16_t port) {
+  return {.id = id, .domain = domain, .port = port, .sequenceId = sequenceId_++, .senderNumber = senderNumber_};
+}
+
+ClockPoll::Change ClockPoll::store(const Response& response) {
+  const auto changed = [](bool change) { return change ? Change::values : Change::none; };
+  const auto port = [&]() -> PortReplies& { return replies_.ports[response.source.portNumber.value()]; };
+  switch (response.id) {
+    case ManagementId::defaultDataSet: return storeDefaultDataSet(response);
+    case ManagementId::currentDataSet:
+      return changed(replace(replies_.currentDS, decodeCurrentDataSet(response.data)));
+    case ManagementId::parentDataSet: return storeParentDataSet(response);
+    case ManagementId::timePropertiesDataSet:
+      return changed(replace(replies_.timePropertiesDS, decodeTimePropertiesDataSet(response.data)));
+    case ManagementId::timeStatusNp: return storeTimeStatus(response);
+    case ManagementId::portDataSet: return storePortDataSet(response);
+    case ManagementId::portPropertiesNp: return changed(replace(port().interface, decodePortProperties(response.data)));
+    case ManagementId::portStatsNp: return changed(replace(port().counters, decodePortStats(response.data)));
+    case ManagementId::clockDescription:
+      return changed(replace(port().description, decodeClockDescription(response.data)));
+    case ManagementId::subscribeEventsNp: break;
+  }
+  return Change::none;
+}
+
+// Another clock's identity, or fewer ports, mean that what is known of the rest is known of something else.
+ClockPoll::Change ClockPoll::storeDefaultDataSet(const Response& response) {
+  const auto given = decodeDefaultDataSet(response.data);
+  if (!given) return Change::none;
+  auto& held = replies_.defaultDS;
+  if (held && held->clockIdentity != given->clockIdentity) forget();
+  held = given;
+  replies_.ports.erase(replies_.ports.upper_bound(given->numberPorts.value()), replies_.ports.end());
   answered_ = true;
   domain_ = response.domain;
   queue_.clear();
   inFlight_.clear();
-  askForTheRest();
+  askForClock();
+  askForPorts();
+  return Change::values;
+}
+
+ClockPoll::Change ClockPoll::storeParentDataSet(const Response& response) {
+  auto& held = replies_.parentDS;
+  const auto given = decodeParentDataSet(response.data);
+  if (held == given) return Change::none;
+  const bool otherParent = held && given &&
+                           (held->parentPortIdentity != given->parentPortIdentity ||
+                            held->grandmasterIdentity != given->grandmasterIdentity);
+  held = given;
+  return otherParent ? Change::topology : Change::values;
+}
+
+ClockPoll::Change ClockPoll::storePortDataSet(const Response& response) {
+  auto& held = replies_.ports[response.source.portNumber.value()].dataSet;
+  const auto given = decodePortDataSet(response.data);
+  if (held == given) return Change::none;
+  const bool otherState = held && given && held->portState != given->portState;
+  held = given;
+  return otherState ? Change::topology : Change::values;
+}
+
+// Only what the other data sets show too is of use.
+ClockPoll::Change ClockPoll::storeTimeStatus(const Response& response) {
+  const auto given = decodeTimeStatus(response.data);
+  if (!given) return Change::none;
+  if (replies_.parentDS && replies_.parentDS->grandmasterIdentity != given->gmIdentity) return Change::topology;
+  if (!replies_.currentDS) return Change::none;
+  const Ptp::TimeInterval offset = interval(given->masterOffset);
+  return std::exchange(replies_.currentDS->offsetFromMaster, offset) != offset ? Change::values : Change::none;
 }
 
 // A wrong value is a port that has vanished since the default data set was read. Without a default data set
 // there is no clock to speak of, so that one is asked for in any case.
 void ClockPoll::refuse(const Response& response, std::uint16_t port) {
   if (response.id == ManagementId::defaultDataSet) return;
-  if (port != allPorts && response.error == ManagementError::wrongValue) return;
+  if (port != allPorts && response.error == ManagementError::wrongValue) {
+    replies_.ports.erase(port);
+    return;
+  }
   if (!refused_.insert(response.id).second) return;
   spdlog::info("ptp4l has no {} (error {:#06x})", name(response.id), static_cast<unsigned>(*response.error));
-  std::erase_if(queue_, [&](const GetRequest& request) { return request.id == response.id; });
+  const auto refused = [&](const GetRequest& request) { return request.id == response.id; };
+  std::erase_if(queue_, refused);
+  std::erase_if(heldBack_, refused);
+  switch (response.id) {
+    case ManagementId::currentDataSet: replies_.currentDS.reset(); break;
+    case ManagementId::parentDataSet: replies_.parentDS.reset(); break;
+    case ManagementId::timePropertiesDataSet: replies_.timePropertiesDS.reset(); break;
+    default: break;
+  }
+  for (auto& [number, replies] : replies_.ports) {
+    switch (response.id) {
+      case ManagementId::portDataSet: replies.dataSet.reset(); break;
+      case ManagementId::portPropertiesNp: replies.interface.reset(); break;
+      case ManagementId::portStatsNp: replies.counters.reset(); break;
+      case ManagementId::clockDescription: replies.description.reset(); break;
+      default: break;
+    }
+  }
 }
 
 }  // namespace host::ptp4l

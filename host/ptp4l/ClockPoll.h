@@ -13,8 +13,8 @@
 
 namespace host::ptp4l {
 
-/// Asks a clock for all that a status needs, one round after the other. It only keeps the books: the caller
-/// sends what next() offers and hands in what arrives.
+/// Asks a clock for all that a status needs, one round after the other, and takes in what the clock reports
+/// unasked. It only keeps the books: the caller sends what next() offers and hands in what arrives.
 ///
 /// A round asks for the default data set first. Its answer proves that the clock is there, and says how many
 /// ports to ask for. Each further request names one port, so that it brings a single response: a service that
@@ -22,39 +22,74 @@ namespace host::ptp4l {
 /// meanwhile.
 class ClockPoll {
  public:
-  /// Requests in flight. Both ends queue 10 datagrams by default, and the service has other clients.
+  /// Requests in flight. The service's queue and this client's hold 10 datagrams by default, and the rest is left
+  /// to other clients, and to events.
   static constexpr std::size_t window = 4;
+
+  /// What a response meant.
+  struct Heard {
+    bool answer = false;    ///< it was asked for
+    bool event = false;     ///< it was not, and changed what is known
+    bool topology = false;  ///< a port's state or the parent changed: the clock's own data sets have, too
+  };
 
   explicit ClockPoll(std::uint16_t senderNumber) : senderNumber_(senderNumber) {}
 
-  /// Drops what the round before left open and asks for the clock in each of these domains.
+  /// Drops what the round before left open and asks for the clock in each of these domains. What is known stays
+  /// until something newer comes.
   void begin(const std::vector<Domain>& domains);
+  /// Asks, before anything else, for the clock's own data sets again. REQUIRES: a round that was answered.
+  void askForClock();
+  /// Forgets all that the clock said, and what it refused: the next one may be another.
+  void forget();
   /// Asks again, from now on, for what was refused.
   void forgetRefusals() { refused_.clear(); }
+
+  /// Requests for ports wait here, so that the caller may spread them over time.
+  std::size_t heldBack() const { return heldBack_.size(); }
+  void release(std::size_t requests);
 
   /// The request to send now, if any. It is offered until sent() is called.
   std::optional<GetRequest> next() const;
   void sent();
-  void accept(const Response& response);
+  /// The subscription to send now, for two seconds, to be renewed each second; nothing where the clock is not known
+  /// or refuses it. So short, because a service blocks when a client that was stopped leaves 10 events unread: what
+  /// comes in two seconds fits beside the answers. The offsets of a clock that gets more than three synchronisations
+  /// a second do not, and are left to the polls.
+  std::optional<Subscription> subscription();
+  Heard accept(const Response& response);
 
+  /// The clock has answered in this round, so its domain and its ports are known.
+  bool answered() const { return answered_; }
   /// Everything was answered or refused.
-  bool complete() const { return answered_ && queue_.empty() && inFlight_.empty(); }
+  bool complete() const { return answered_ && queue_.empty() && heldBack_.empty() && inFlight_.empty(); }
   /// Where the clock answered.
   Domain domain() const { return domain_; }
+  /// The latest of each.
   const ClockReplies& replies() const { return replies_; }
 
  private:
-  void ask(ManagementId id, Domain domain, std::uint16_t port);
-  void askForTheRest();
-  void store(const Response& response, std::uint16_t port);
-  void storeDefaultDataSet(const Response& response);
+  enum class Change { none, values, topology };
+
+  GetRequest request(ManagementId id, Domain domain, std::uint16_t port);
+  void askForPorts();
+  bool isEvent(const Response& response) const;
+  Change store(const Response& response);
+  Change storeDefaultDataSet(const Response& response);
+  Change storeParentDataSet(const Response& response);
+  Change storePortDataSet(const Response& response);
+  Change storeTimeStatus(const Response& response);
   void refuse(const Response& response, std::uint16_t port);
 
   const std::uint16_t senderNumber_;
   std::uint16_t sequenceId_ = 0;
   std::deque<GetRequest> queue_;
+  std::deque<GetRequest> heldBack_;
   std::map<std::uint16_t, GetRequest> inFlight_;  ///< by sequence id
   std::set<ManagementId> refused_;
+  std::uint16_t describeNext_ = 0;  ///< the port whose interface and protocol are asked for again in this round
+  unsigned timeStatusEvents_ = 0;   ///< since the last subscription
+  bool syncIsFast_ = false;
   bool answered_ = false;
   Domain domain_;
   ClockReplies replies_;

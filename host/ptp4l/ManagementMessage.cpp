@@ -10,6 +10,7 @@ constexpr std::uint8_t ptpVersion = 2;
 constexpr std::uint8_t managementControl = 4;
 constexpr std::uint8_t logMessageIntervalUnused = 0x7f;
 constexpr std::uint8_t actionGet = 0;
+constexpr std::uint8_t actionSet = 1;
 constexpr std::uint8_t actionResponse = 2;
 constexpr std::uint16_t managementTlv = 0x0001;
 constexpr std::uint16_t errorStatusTlv = 0x0002;
@@ -17,6 +18,7 @@ constexpr std::uint16_t messageLengthEnd = 4;  // offset of the byte behind mess
 constexpr std::size_t correctionAndReserved = 12;
 constexpr std::size_t clockIdentitySize = 8;
 
+template <std::size_t Size>
 class ByteWriter {
  public:
   void u8(std::uint8_t value) { bytes_[size_++] = value; }
@@ -27,12 +29,49 @@ class ByteWriter {
   void fill(std::size_t count, std::uint8_t value) {
     while (count-- > 0) u8(value);
   }
-  const std::array<std::uint8_t, getRequestSize>& bytes() const { return bytes_; }
+  const std::array<std::uint8_t, Size>& bytes() const { return bytes_; }
 
  private:
-  std::array<std::uint8_t, getRequestSize> bytes_{};
+  std::array<std::uint8_t, Size> bytes_{};
   std::size_t size_ = 0;
 };
+
+struct Head {
+  Domain domain;
+  std::uint16_t senderNumber;
+  std::uint16_t sequenceId;
+  std::uint16_t port;
+  std::uint8_t action;
+  ManagementId id;
+};
+
+// All of a message of the given size but the TLV's data.
+template <std::size_t Size>
+ByteWriter<Size> begin(const Head& head) {
+  ByteWriter<Size> out;
+  out.u8(static_cast<std::uint8_t>((head.domain.transportSpecific & 0xf) << 4 | managementMessage));
+  out.u8(ptpVersion);
+  out.u16(Size);
+  out.u8(head.domain.domainNumber);
+  out.u8(0);   // reserved
+  out.u16(0);  // flags
+  out.fill(correctionAndReserved, 0);
+  out.fill(clockIdentitySize, 0);  // sourcePortIdentity: a client is no clock
+  out.u16(head.senderNumber);
+  out.u16(head.sequenceId);
+  out.u8(managementControl);
+  out.u8(logMessageIntervalUnused);
+  out.fill(clockIdentitySize, 0xff);  // targetPortIdentity: any clock
+  out.u16(head.port);
+  out.u8(0);  // startingBoundaryHops
+  out.u8(0);  // boundaryHops: the message must not travel on to the network
+  out.u8(head.action);
+  out.u8(0);  // reserved
+  out.u16(managementTlv);
+  out.u16(Size - getRequestSize + sizeof(head.id));
+  out.u16(static_cast<std::uint16_t>(head.id));
+  return out;
+}
 
 // The TLV names either the data that it carries or, with an error, the data that it lacks.
 bool readTlv(ByteReader& message, Response& response) {
@@ -62,6 +101,7 @@ std::string_view name(ManagementId id) {
     case ManagementId::timePropertiesDataSet: return "TIME_PROPERTIES_DATA_SET";
     case ManagementId::portDataSet: return "PORT_DATA_SET";
     case ManagementId::timeStatusNp: return "TIME_STATUS_NP";
+    case ManagementId::subscribeEventsNp: return "SUBSCRIBE_EVENTS_NP";
     case ManagementId::portPropertiesNp: return "PORT_PROPERTIES_NP";
     case ManagementId::portStatsNp: return "PORT_STATS_NP";
   }
@@ -70,28 +110,25 @@ std::string_view name(ManagementId id) {
 
 // The data field stays empty: a GET asks for data and has none, and clocks read it so.
 std::array<std::uint8_t, getRequestSize> encode(const GetRequest& request) {
-  ByteWriter out;
-  out.u8(static_cast<std::uint8_t>((request.domain.transportSpecific & 0xf) << 4 | managementMessage));
-  out.u8(ptpVersion);
-  out.u16(getRequestSize);
-  out.u8(request.domain.domainNumber);
-  out.u8(0);   // reserved
-  out.u16(0);  // flags
-  out.fill(correctionAndReserved, 0);
-  out.fill(clockIdentitySize, 0);  // sourcePortIdentity: a client is no clock
-  out.u16(request.senderNumber);
-  out.u16(request.sequenceId);
-  out.u8(managementControl);
-  out.u8(logMessageIntervalUnused);
-  out.fill(clockIdentitySize, 0xff);  // targetPortIdentity: any clock
-  out.u16(request.port);
-  out.u8(0);  // startingBoundaryHops
-  out.u8(0);  // boundaryHops: the message must not travel on to the network
-  out.u8(actionGet);
-  out.u8(0);  // reserved
-  out.u16(managementTlv);
-  out.u16(sizeof(request.id));
-  out.u16(static_cast<std::uint16_t>(request.id));
+  return begin<getRequestSize>({.domain = request.domain,
+                                .senderNumber = request.senderNumber,
+                                .sequenceId = request.sequenceId,
+                                .port = request.port,
+                                .action = actionGet,
+                                .id = request.id})
+      .bytes();
+}
+
+// The only SET: it makes an entry in ptp4l's list of clients. Of the 512 bits of its mask the first 8 are enough.
+std::array<std::uint8_t, subscriptionSize> encode(const Subscription& subscription) {
+  auto out = begin<subscriptionSize>({.domain = subscription.domain,
+                                      .senderNumber = subscription.senderNumber,
+                                      .sequenceId = subscription.sequenceId,
+                                      .port = allPorts,
+                                      .action = actionSet,
+                                      .id = ManagementId::subscribeEventsNp});
+  out.u16(subscription.seconds);
+  out.u8(subscription.events);
   return out.bytes();
 }
 

@@ -10,8 +10,8 @@
 #include "ByteReader.h"
 #include "Ptp/Identity.h"
 
-/// Management messages of IEEE 1588-2008, 13.3 and clause 15. Requests are GETs: nothing here can encode an
-/// action that changes a clock.
+/// Management messages of IEEE 1588-2008, 13.3 and clause 15. Requests are GETs and ptp4l's event subscription:
+/// nothing here can encode an action that changes a clock.
 namespace host::ptp4l {
 
 /// IEEE 1588-2008, table 40; those of 0xC000 and above are ptp4l's own.
@@ -23,6 +23,7 @@ enum class ManagementId : std::uint16_t {
   timePropertiesDataSet = 0x2003,
   portDataSet = 0x2004,
   timeStatusNp = 0xc000,
+  subscribeEventsNp = 0xc003,
   portPropertiesNp = 0xc004,
   portStatsNp = 0xc005,
 };
@@ -53,6 +54,26 @@ struct GetRequest {
 
 inline constexpr std::size_t getRequestSize = 54;
 std::array<std::uint8_t, getRequestSize> encode(const GetRequest& request);
+
+/// What ptp4l reports unasked, as bits of its mask: a port's state with PORT_DATA_SET, each new offset with
+/// TIME_STATUS_NP, and, in newer versions, the parent with PARENT_DATA_SET.
+namespace Events {
+inline constexpr std::uint8_t portState = 1 << 0;
+inline constexpr std::uint8_t timeSync = 1 << 1;
+inline constexpr std::uint8_t parentDataSet = 1 << 2;
+}  // namespace Events
+
+/// Asks ptp4l to report events to this client for some time. It replaces the client's subscription before.
+struct Subscription {
+  std::uint8_t events = 0;
+  std::uint16_t seconds = 0;
+  Domain domain;
+  std::uint16_t sequenceId = 0;
+  std::uint16_t senderNumber = 0;
+};
+
+inline constexpr std::size_t subscriptionSize = getRequestSize + 2 + 64;
+std::array<std::uint8_t, subscriptionSize> encode(const Subscription& subscription);
 
 struct Response {
   Domain domain;

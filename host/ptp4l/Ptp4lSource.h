@@ -1,6 +1,9 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
+#include <cstddef>
 #include <optional>
 #include <set>
 #include <string>
@@ -16,14 +19,16 @@
 
 namespace host::ptp4l {
 
-/// The status of a live ptp4l, polled through its management socket.
+/// The status of a live ptp4l, followed through its management socket: what changes is reported by ptp4l as it
+/// happens, and everything is asked for once in a period.
 ///
 /// A poll that was not answered in full before the next is due changes nothing. Three of them in a row, and
 /// the service counts as gone: the sink gets an empty snapshot, and every further poll looks for the service
 /// again.
 class Ptp4lSource final : public Source {
  public:
-  Ptp4lSource(EventLoop& loop, std::string socketPath, std::chrono::milliseconds poll = std::chrono::seconds(1));
+  Ptp4lSource(EventLoop& loop, std::string socketPath, std::chrono::milliseconds poll = std::chrono::seconds(1),
+              bool events = true);
 
   void start(SnapshotSink sink) override;
 
@@ -33,18 +38,25 @@ class Ptp4lSource final : public Source {
   void poll();
   void sendRequests();
   void receiveResponses();
+  void take(const Response& response, pid_t sender);
+  void askForPorts();
+  void subscribe();
   void pollAnswered();
   void pollUnanswered(const std::string& reason);
+  void followNetworkNamespaceOf(pid_t sender);
+  void deliver();
   void deliver(const StatusSnapshot& snapshot);
   void warnOnce(const std::string& message);
 
   EventLoop& loop_;
   const std::string socketPath_;
   const std::chrono::milliseconds period_;
+  const bool events_;
   SnapshotSink sink_;
 
   Service service_ = Service::unknown;
-  bool polling_ = false;  ///< a poll is neither answered nor given up
+  bool searching_ = true;  ///< the clock's domain is not known, or may be another now
+  bool polling_ = false;   ///< a poll is neither answered nor given up
   int unansweredPolls_ = 0;
   std::error_code sendError_;  ///< of the current poll
   DomainSearch domains_;
@@ -53,10 +65,14 @@ class Ptp4lSource final : public Source {
   std::optional<StatusSnapshot> delivered_;
   std::set<std::string> warnings_;
 
+  pid_t servicePid_ = 0;
+  bool sameInterfaces_ = true;  ///< the service's interfaces are those of this process
   KernelInterfaces interfaces_;
   std::optional<ManagementSocket> socket_;
   EventLoop::Handle readable_;  ///< refers to the socket, as do polls
-  EventLoop::Handle timer_;
+  EventLoop::Handle pollTimer_;
+  EventLoop::Handle pacing_;
+  EventLoop::Handle renewal_;
 };
 
 }  // namespace host::ptp4l

@@ -48,6 +48,20 @@ class FakePtpService {
   std::map<std::uint16_t, int> asked;  ///< by management id
   std::set<std::uint8_t> actions;      ///< that requests have asked for
   std::set<std::string> clients;       ///< their socket paths
+  std::set<std::uint16_t> set;         ///< management ids that requests wanted to set
+  Bytes portData = portDataSet;        ///< of every port, but for its number
+  Bytes parentData = parentDataSet;
+
+  /// Tells whoever subscribed last.
+  void report(std::uint16_t id, const Bytes& data) {
+    Bytes event = subscription_.value();
+    putU16(event, at::id, id);
+    putU16(event, at::targetPort, id == 0x2004 ? u16(data, 8) : 0);
+    putU16(event, at::sequenceId, ++reports_);
+    const Bytes bytes = answer(event, data);
+    sendto(fd_, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&subscriber_), sizeof(subscriber_));
+  }
+  bool subscribed() const { return subscription_.has_value(); }
 
  private:
   void serve() {
@@ -64,6 +78,11 @@ class FakePtpService {
     if (u16(request, at::id) == 0x2000 && missedPolls > 0) {
       --missedPolls;
       return;
+    }
+    if (request[at::action] == 1) set.insert(u16(request, at::id));
+    if (u16(request, at::id) == 0xc003 && !refused.contains(0xc003)) {
+      subscription_ = request;
+      subscriber_ = client;
     }
     ++asked[u16(request, at::id)];
     const auto send = [&](const Bytes& bytes) { sendto(fd_, bytes.data(), bytes.size(), 0, from, length); };
@@ -84,12 +103,13 @@ class FakePtpService {
         data[18] = domain;
         break;
       case 0x2001: data = currentDataSet; break;
-      case 0x2002: data = parentDataSet; break;
+      case 0x2002: data = parentData; break;
       case 0x2003: data = timePropertiesDataSet; break;
       case 0x2004:
-        data = portDataSet;
+        data = portData;
         putU16(data, 8, u16(request, at::targetPort));
         break;
+      case 0xc003: data.assign(request.begin() + at::data, request.end()); break;
       case 0xc004: data = portProperties; break;
       case 0xc005: data = portStats(); break;
       default: return refusal(request, noSuchId);
@@ -98,6 +118,9 @@ class FakePtpService {
   }
 
   std::string path_;
+  std::optional<Bytes> subscription_;
+  sockaddr_un subscriber_{};
+  std::uint16_t reports_ = 0;
   int fd_;
   EventLoop::Handle readable_;
 };

@@ -5,6 +5,8 @@
 #include <spdlog/spdlog.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -60,8 +62,8 @@ class Ptp4lSourceTest : public testing::Test {
   }
 
   void startService() { service.emplace(loop, socketPath); }
-  void startSource() {
-    source.emplace(loop, socketPath, period);
+  void startSource(std::chrono::milliseconds poll = period) {
+    source.emplace(loop, socketPath, poll, events);
     source->start([this](const StatusSnapshot& snapshot) {
       snapshots.push_back(snapshot);
       if (sinkRefuses) throw StatusRefused("port 1: refused by the test");
@@ -91,6 +93,7 @@ class Ptp4lSourceTest : public testing::Test {
   std::optional<FakePtpService> service;
   std::vector<StatusSnapshot> snapshots;
   bool sinkRefuses = false;
+  bool events = true;
   std::optional<Ptp4lSource> source;
 };
 
@@ -115,11 +118,108 @@ TEST_F(Ptp4lSourceTest, AStatusThatDidNotChangeIsNotHandedOutAgain) {
   EXPECT_EQ(snapshots.size(), 1u);
 }
 
-TEST_F(Ptp4lSourceTest, NothingButGetIsEverAsked) {
+TEST_F(Ptp4lSourceTest, NothingButASubscriptionIsEverSet) {
   startService();
   startSource();
   ASSERT_TRUE(answeredPolls(3));
-  EXPECT_EQ(service->actions, std::set<std::uint8_t>{0});
+  EXPECT_EQ(service->actions, (std::set<std::uint8_t>{0, 1}));
+  EXPECT_EQ(service->set, std::set<std::uint16_t>{0xc003});
+}
+
+TEST_F(Ptp4lSourceTest, APortStateIsShownWhenItIsReportedAndTheClockAskedAtOnce) {
+  startService();
+  startSource(1h);
+  ASSERT_TRUE(reached([&] { return shown() && service->subscribed(); }));
+  service->portData[10] = 9;
+  service->parentData.back() = 0x77;
+  test::Bytes event = service->portData;
+  test::putU16(event, 8, 1);
+  service->report(0x2004, event);
+  ASSERT_TRUE(reached([&] { return snapshots.back().parentDS->grandmasterIdentity.stringValue().ends_with("77"); }));
+  EXPECT_EQ(snapshots.back().ports.begin()->second.values.portState, Ptp::PortState::slave);
+  EXPECT_GE(snapshots.size(), 3u) << "the state came first";
+}
+
+TEST_F(Ptp4lSourceTest, ASubscriptionIsRenewedBeforeItEnds) {
+  startService();
+  startSource();
+  ASSERT_TRUE(reached([&] { return service->asked[0xc003] >= 3; }));
+}
+
+TEST_F(Ptp4lSourceTest, WithoutEventsNothingIsSet) {
+  startService();
+  events = false;
+  startSource();
+  ASSERT_TRUE(answeredPolls(3));
+  EXPECT_EQ(service->set, std::set<std::uint16_t>{});
+}
+
+TEST_F(Ptp4lSourceTest, AStormOfReportsEndsInTheLastState) {
+  startService();
+  service->ports = 8;
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown() && service->subscribed(); }));
+  for (int round = 0; round < 200; ++round) {
+    service->portData[10] = static_cast<std::uint8_t>(1 + round % 9);
+    for (std::uint16_t port = 1; port <= 8; ++port) {
+      test::Bytes event = service->portData;
+      test::putU16(event, 8, port);
+      service->report(0x2004, event);
+    }
+    ASSERT_TRUE(reached([] { return true; }));
+  }
+  EXPECT_TRUE(reached([&] {
+    return std::ranges::all_of(snapshots.back().ports, [&](const auto& port) {
+      return static_cast<std::uint8_t>(port.second.values.portState) == service->portData[10];
+    });
+  }));
+  EXPECT_EQ(log.count("warning"), 0u);
+}
+
+TEST_F(Ptp4lSourceTest, ManyPortsAreAskedInStepsOverThePeriod) {
+  startService();
+  service->ports = 64;
+  startSource(400ms);
+  auto& rounds = service->asked[0x2001];
+  auto& ports = service->asked[0xc005];
+  ASSERT_TRUE(reached([&] { return rounds == 2; }));
+  EXPECT_LT(ports, 64 + 32) << "the second round has only begun";
+  ASSERT_TRUE(reached([&] { return ports == 2 * 64; }));
+  EXPECT_EQ(rounds, 2) << "and ends before the third";
+}
+
+TEST_F(Ptp4lSourceTest, NobodyButTheServiceCanSendToTheClient) {
+  startService();
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
+  sockaddr_un client{};
+  client.sun_family = AF_UNIX;
+  service->clients.begin()->copy(client.sun_path, sizeof(client.sun_path) - 1);
+  EXPECT_LT(sendto(fd, "x", 1, 0, reinterpret_cast<sockaddr*>(&client), sizeof(client)), 0);
+  EXPECT_EQ(errno, EPERM);
+  close(fd);
+}
+
+TEST_F(Ptp4lSourceTest, TheLeftOverOfACrashIsSweptAwayAndALivingClientsIsNot) {
+  startService();
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  const std::filesystem::path living = std::filesystem::path(*service->clients.begin()).parent_path();
+  const std::filesystem::path leftOver = directory + "/ptpsnmpd-crash1";
+  std::filesystem::create_directory(leftOver);
+  {
+    const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    (leftOver / "client").string().copy(address.sun_path, sizeof(address.sun_path) - 1);
+    ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    close(fd);
+  }
+  Ptp4lSource another(loop, socketPath, period);
+  another.start([](const StatusSnapshot&) {});
+  EXPECT_FALSE(std::filesystem::exists(leftOver));
+  EXPECT_TRUE(std::filesystem::exists(living));
 }
 
 TEST_F(Ptp4lSourceTest, AServiceThatIsNotThereIsSaidOnceAndShownWhenItComes) {
@@ -168,6 +268,29 @@ TEST_F(Ptp4lSourceTest, AServiceThatIsReplacedAtOnceStaysShown) {
   service->ports = 2;
   ASSERT_TRUE(reached([&] { return snapshots.back().ports.size() == 2; }));
   EXPECT_EQ(snapshots.size(), 2u);
+  EXPECT_EQ(log.count("warning"), 0u);
+}
+
+TEST_F(Ptp4lSourceTest, ASocketThatIsReplacedWhileTheOldServiceLivesOnIsFollowed) {
+  startService();
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  std::filesystem::rename(socketPath, socketPath + ".old");
+  FakePtpService replacement(loop, socketPath);
+  replacement.ports = 2;
+  ASSERT_TRUE(reached([&] { return snapshots.back().ports.size() == 2; }));
+}
+
+TEST_F(Ptp4lSourceTest, ARunThatPausedGoesOnCountingWhereItWas) {
+  startService();
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  const auto before = snapshots.back().mibData->counters;
+  service->silent = true;
+  ASSERT_TRUE(reached([&] { return emptied(); }));
+  service->silent = false;
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  EXPECT_EQ(snapshots.back().mibData->counters, before);
 }
 
 TEST_F(Ptp4lSourceTest, ACounterThatRestartsGoesOnFromWhatWasShown) {
