@@ -100,10 +100,9 @@ std::optional<Subscription> ClockPoll::subscription() {
 ClockPoll::Heard ClockPoll::accept(const Response& response) {
   if (response.targetNumber != senderNumber_) return {};
   const auto found = inFlight_.find(response.sequenceId);
-  const bool asked = found != inFlight_.end() && response.id == found->second.id &&
-                     response.domain == found->second.domain &&
-                     (response.error || found->second.port == allPorts ||
-                      response.source.portNumber.value() == found->second.port);
+  const bool asked =
+      found != inFlight_.end() && response.id == found->second.id && response.domain == found->second.domain &&
+      (response.error || found->second.port == allPorts || response.source.portNumber.value() == found->second.port);
   if (asked) {
     const std::uint16_t port = found->second.port;
     inFlight_.erase(found);
@@ -141,8 +140,7 @@ ClockPoll::Change ClockPoll::store(const Response& response) {
   const auto port = [&]() -> PortReplies& { return replies_.ports[response.source.portNumber.value()]; };
   switch (response.id) {
     case ManagementId::defaultDataSet: return storeDefaultDataSet(response);
-    case ManagementId::currentDataSet:
-      return changed(replace(replies_.currentDS, decodeCurrentDataSet(response.data)));
+    case ManagementId::currentDataSet: return changed(replace(replies_.currentDS, decodeCurrentDataSet(response.data)));
     case ManagementId::parentDataSet: return storeParentDataSet(response);
     case ManagementId::timePropertiesDataSet:
       return changed(replace(replies_.timePropertiesDS, decodeTimePropertiesDataSet(response.data)));

@@ -59,9 +59,7 @@ class ClockPollTest : public testing::Test {
   void answer(const GetRequest& request, std::uint16_t ports = 1) {
     accept(test::answer(bytesOf(request), dataFor(request, ports)));
   }
-  void refuse(const GetRequest& request, std::uint16_t error) {
-    accept(test::refusal(bytesOf(request), error));
-  }
+  void refuse(const GetRequest& request, std::uint16_t error) { accept(test::refusal(bytesOf(request), error)); }
   // Answers whatever is asked, but for the messages with this id; returns how often that one was asked for.
   int answerAllBut(ManagementId id, std::uint16_t ports, std::uint16_t error) {
     int asked = 0;
@@ -88,8 +86,7 @@ class ClockPollTest : public testing::Test {
   }
   // What a service reports unasked, under a sequence id of its own.
   ClockPoll::Heard report(ManagementId id, std::uint16_t port, const Bytes& data) {
-    const GetRequest pattern{
-        .id = id, .domain = {}, .port = port, .sequenceId = 0x7000, .senderNumber = self};
+    const GetRequest pattern{.id = id, .domain = {}, .port = port, .sequenceId = 0x7000, .senderNumber = self};
     return accept(test::answer(bytesOf(pattern), data));
   }
   static Bytes portDataSet(std::uint8_t port, Ptp::PortState state) {
