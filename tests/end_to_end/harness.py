@@ -96,8 +96,18 @@ class Network:
                 arguments += ["type", "veth", "peer"]
         command(*arguments)
         for namespace, name in zip((first, second), names):
-            command("ip", "-n", namespace.name, "link", "set", name, "up")
+            # An address of IPv6 is of no use until it was found to be nobody else's, which takes seconds.
+            command(*namespace.inside("sysctl", "-qw", f"net.ipv6.conf.{name}.accept_dad=0"))
+            namespace.set_link(name, "up")
         return names
+
+    def pair(self, number):
+        """Two connected namespaces with IPv4 addresses, and the names of their interfaces."""
+        namespaces = self.namespace(), self.namespace()
+        names = self.connect(*namespaces)
+        for end, (namespace, name) in enumerate(zip(namespaces, names), 1):
+            command("ip", "-n", namespace.name, "address", "add", f"10.77.{number}.{end}/24", "dev", name)
+        return namespaces, names
 
 
 def mac(number):
@@ -115,6 +125,24 @@ class Namespace:
 
     def inside(self, *arguments):
         return ["ip", "netns", "exec", self.name, *arguments]
+
+    def set_link(self, interface, direction):
+        command("ip", "-n", self.name, "link", "set", interface, direction)
+
+    def add_interfaces(self, *names):
+        """Each with a peer that nobody uses."""
+        for name in names:
+            command("ip", "-n", self.name, "link", "add", name, "type", "veth", "peer", "name", f"{name}-peer")
+            for end in (name, f"{name}-peer"):
+                self.set_link(end, "up")
+
+    def delete(self, interface):
+        command("ip", "-n", self.name, "link", "delete", interface)
+
+    def rename(self, interface, name):
+        self.set_link(interface, "down")
+        command("ip", "-n", self.name, "link", "set", interface, "name", name)
+        self.set_link(name, "up")
 
     def if_index(self, interface):
         return int(command("ip", "-n", self.name, "-o", "link", "show", interface).split(":")[0])
@@ -144,6 +172,7 @@ class Process:
         """Its exit status; minus the signal's number where that ended it."""
         if self._process.poll() is None:
             self._process.send_signal(how)
+            self._process.send_signal(signal.SIGCONT)
             try:
                 self._process.wait(10)
             except subprocess.TimeoutExpired:
@@ -151,6 +180,10 @@ class Process:
                 self._process.wait()
                 raise Failed(f"{self.name} did not end on {how.name}") from None
         return self._process.returncode
+
+    def signal(self, number):
+        """Signals the program itself, also where another one was started to enter a namespace."""
+        self._process.send_signal(number)
 
     def output(self):
         return self.log.read_text(encoding="utf-8", errors="replace")
@@ -223,6 +256,7 @@ def run_tests():
     """The main function of a test program."""
     if not os.access(os.environ.get("PTPSNMPD", ""), os.X_OK):
         sys.exit("PTPSNMPD must name the program to test")
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # so that contexts end when the test is stopped
     unittest.main(verbosity=2)
 
 
@@ -254,9 +288,9 @@ def parse_value(text):
     raise Failed(f"unknown value {text!r}")
 
 
-def pmc(socket_path, folder, *actions, domain=0):
+def pmc(socket_path, *actions, domain=0):
     """The fields of each response, as a list of (message, source, {field: text}) in the order of arrival."""
-    arguments = ["pmc", "-u", "-b", "0", "-d", str(domain), "-s", str(socket_path), "-i", f"{folder}/pmc.socket"]
+    arguments = ["pmc", "-u", "-b", "0", "-d", str(domain), "-s", str(socket_path), "-i", f"{socket_path}.pmc"]
     text = command(*arguments, *actions)
     responses = []
     for line in text.splitlines():
