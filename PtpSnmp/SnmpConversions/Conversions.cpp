@@ -19,6 +19,15 @@ std::int32_t asnInteger(int value, unsigned char* buffer, std::int32_t length) {
   return Snmp::S32ToAsnIntegerF{}(value, buffer, static_cast<std::size_t>(static_cast<std::int64_t>(length)));
 }
 
+// 0, which is no clock type either, where the INTEGER varbind does not fit 32 bits.
+int s32Or0(const void* value) {
+  try {
+    return Snmp::AsnIntegerToS32(value);
+  } catch (const Zarn::RangeException&) {
+    return 0;
+  }
+}
+
 std::int32_t bigEndian(std::uint64_t value, unsigned char* buffer, std::int32_t length) {
   if (length < 8) return 0;
   for (unsigned i = 0; i < 8; ++i) buffer[i] = static_cast<unsigned char>(value >> (56 - 8 * i));
@@ -34,7 +43,7 @@ std::int32_t PtpClockTypeToAsnInteger(const PtpSnmp::ClockType& value, unsigned 
 }
 
 PtpSnmp::ClockType AsnIntegerToPtpClockType(const void* value) {
-  const unsigned index = static_cast<unsigned>(Snmp::AsnIntegerToS32(value)) - 1;
+  const unsigned index = static_cast<unsigned>(s32Or0(value)) - 1;
   if (index > 3) throw Zarn::RangeException("invalid value for PtpSnmp::ClockType");
   return static_cast<PtpSnmp::ClockType>(index);
 }

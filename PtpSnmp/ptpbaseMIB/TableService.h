@@ -171,8 +171,11 @@ class TableIterator {
     return true;
   }
 
+  // Writes one component and steps on. There are fewer varbinds than components where one could not be set up at
+  // registration; what has no place is left out.
   template <std::size_t I>
   static void writeComponent(const Key& key, netsnmp_variable_list*& varbind) {
+    if (varbind == nullptr) return;
     const auto value = Index::template value<I>(key);
     using Value = std::remove_const_t<decltype(value)>;
     trace("IterationHelper - iterator has another value: ", Index::template name<I>(), "=", value);

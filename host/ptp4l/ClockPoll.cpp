@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::uint16_t subscriptionSeconds = 2;
 constexpr unsigned timeStatusPerSecond = 3;
+constexpr unsigned passedOverIsRefused = 3;
 
 // In units of 2^-16 ns, as the current data set has it; what lies beyond them is the greatest there is.
 Ptp::TimeInterval interval(std::int64_t nanoseconds) {
@@ -36,8 +37,13 @@ void ClockPoll::begin(const std::vector<Domain>& domains) {
 
 void ClockPoll::forget() {
   replies_ = {};
-  refused_.clear();
+  forgetRefusals();
   syncIsFast_ = false;
+}
+
+void ClockPoll::forgetRefusals() {
+  refused_.clear();
+  passedOver_.clear();
 }
 
 void ClockPoll::askForClock() {
@@ -61,10 +67,11 @@ void ClockPoll::askForPorts() {
     const auto ask = [&](ManagementId id) {
       if (!refused_.contains(id)) heldBack_.push_back(request(id, domain_, port));
     };
-    ask(ManagementId::portDataSet);
-    ask(ManagementId::portStatsNp);
     if (due || !known.interface) ask(ManagementId::portPropertiesNp);
     if (due || !known.description) ask(ManagementId::clockDescription);
+    ask(ManagementId::portStatsNp);
+    // Last, since every service has it: its answer tells that the others were passed over.
+    ask(ManagementId::portDataSet);
   }
 }
 
@@ -81,7 +88,7 @@ std::optional<GetRequest> ClockPoll::next() const {
 }
 
 void ClockPoll::sent() {
-  inFlight_.emplace(queue_.front().sequenceId, queue_.front());
+  inFlight_.push_back(queue_.front());
   queue_.pop_front();
 }
 
@@ -99,13 +106,13 @@ std::optional<Subscription> ClockPoll::subscription() {
 
 ClockPoll::Heard ClockPoll::accept(const Response& response) {
   if (response.targetNumber != senderNumber_) return {};
-  const auto found = inFlight_.find(response.sequenceId);
-  const bool asked =
-      found != inFlight_.end() && response.id == found->second.id && response.domain == found->second.domain &&
-      (response.error || found->second.port == allPorts || response.source.portNumber.value() == found->second.port);
-  if (asked) {
-    const std::uint16_t port = found->second.port;
-    inFlight_.erase(found);
+  const auto asked = std::find_if(inFlight_.begin(), inFlight_.end(),
+                                  [&](const GetRequest& request) { return isAnswer(response, request); });
+  if (asked != inFlight_.end()) {
+    const std::uint16_t port = asked->port;
+    if (answered_) std::for_each(inFlight_.begin(), asked, [this](const GetRequest& request) { passOver(request); });
+    inFlight_.erase(answered_ ? inFlight_.begin() : asked, asked + 1);
+    passedOver_.erase(response.id);
     if (response.error) {
       refuse(response, port);
       return {.answer = true};
@@ -117,6 +124,18 @@ ClockPoll::Heard ClockPoll::accept(const Response& response) {
   if (response.id == ManagementId::timeStatusNp) ++timeStatusEvents_;
   const Change change = store(response);
   return {.event = change != Change::none, .topology = change == Change::topology};
+}
+
+bool ClockPoll::isAnswer(const Response& response, const GetRequest& request) const {
+  return response.sequenceId == request.sequenceId && response.id == request.id && response.domain == request.domain &&
+         (response.error || request.port == allPorts || response.source.portNumber.value() == request.port);
+}
+
+// An answer may be lost, where the client's queue was full; a message that is never answered is another matter.
+void ClockPoll::passOver(const GetRequest& request) {
+  if (++passedOver_[request.id] < passedOverIsRefused || !refused_.insert(request.id).second) return;
+  spdlog::info("ptp4l does not answer {}", name(request.id));
+  doWithout(request.id);
 }
 
 // Its sequence id is of the service's choice. A late answer to a question of an earlier round looks the same, and is
@@ -212,21 +231,25 @@ void ClockPoll::refuse(const Response& response, std::uint16_t port) {
   }
   if (!refused_.insert(response.id).second) return;
   spdlog::info("ptp4l has no {} (error {:#06x})", name(response.id), static_cast<unsigned>(*response.error));
-  const auto refused = [&](const GetRequest& request) { return request.id == response.id; };
-  std::erase_if(queue_, refused);
-  std::erase_if(heldBack_, refused);
-  switch (response.id) {
+  doWithout(response.id);
+}
+
+void ClockPoll::doWithout(ManagementId id) {
+  const auto asks = [id](const GetRequest& request) { return request.id == id; };
+  std::erase_if(queue_, asks);
+  std::erase_if(heldBack_, asks);
+  switch (id) {
     case ManagementId::currentDataSet: replies_.currentDS.reset(); break;
     case ManagementId::parentDataSet: replies_.parentDS.reset(); break;
     case ManagementId::timePropertiesDataSet: replies_.timePropertiesDS.reset(); break;
     default: break;
   }
-  for (auto& [number, replies] : replies_.ports) {
-    switch (response.id) {
-      case ManagementId::portDataSet: replies.dataSet.reset(); break;
-      case ManagementId::portPropertiesNp: replies.interface.reset(); break;
-      case ManagementId::portStatsNp: replies.counters.reset(); break;
-      case ManagementId::clockDescription: replies.description.reset(); break;
+  for (auto& [number, port] : replies_.ports) {
+    switch (id) {
+      case ManagementId::portDataSet: port.dataSet.reset(); break;
+      case ManagementId::portPropertiesNp: port.interface.reset(); break;
+      case ManagementId::portStatsNp: port.counters.reset(); break;
+      case ManagementId::clockDescription: port.description.reset(); break;
       default: break;
     }
   }

@@ -20,6 +20,9 @@ namespace host::ptp4l {
 /// ports to ask for. Each further request names one port, so that it brings a single response: a service that
 /// writes more responses than its client has room for blocks until the client reads, and stops serving time
 /// meanwhile.
+///
+/// A service answers in the order in which it is asked. A request that it passes over is given up; a message that
+/// it passes over three times in a row counts as refused.
 class ClockPoll {
  public:
   /// Requests in flight. The service's queue and this client's hold 10 datagrams by default, and the rest is left
@@ -43,7 +46,7 @@ class ClockPoll {
   /// Forgets all that the clock said, and what it refused: the next one may be another.
   void forget();
   /// Asks again, from now on, for what was refused.
-  void forgetRefusals() { refused_.clear(); }
+  void forgetRefusals();
 
   /// Requests for ports wait here, so that the caller may spread them over time.
   std::size_t heldBack() const { return heldBack_.size(); }
@@ -79,14 +82,18 @@ class ClockPoll {
   Change storeParentDataSet(const Response& response);
   Change storePortDataSet(const Response& response);
   Change storeTimeStatus(const Response& response);
+  bool isAnswer(const Response& response, const GetRequest& request) const;
+  void passOver(const GetRequest& request);
   void refuse(const Response& response, std::uint16_t port);
+  void doWithout(ManagementId id);
 
   const std::uint16_t senderNumber_;
   std::uint16_t sequenceId_ = 0;
   std::deque<GetRequest> queue_;
   std::deque<GetRequest> heldBack_;
-  std::map<std::uint16_t, GetRequest> inFlight_;  ///< by sequence id
+  std::deque<GetRequest> inFlight_;  ///< in the order in which they were sent
   std::set<ManagementId> refused_;
+  std::map<ManagementId, unsigned> passedOver_;  ///< how often in a row
   std::uint16_t describeNext_ = 0;  ///< the port whose interface and protocol are asked for again in this round
   unsigned timeStatusEvents_ = 0;   ///< since the last subscription
   bool syncIsFast_ = false;

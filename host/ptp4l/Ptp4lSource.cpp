@@ -43,20 +43,29 @@ void Ptp4lSource::start(SnapshotSink sink) {
 
 // The next one is due a period from now, whatever made this one start.
 void Ptp4lSource::poll() {
-  pollTimer_ = loop_.after(period_, [this] {
-    if (polling_) pollUnanswered(sendError_ ? sendError_.message() : "no answer");
-    poll();
-  });
+  pollTimer_ = loop_.after(period_, [this] { periodEnded(); });
   if (socket_->serviceReplaced()) {
     searching_ = true;
     clock_.forget();
     counters_.newRun();
   }
   polling_ = true;
+  hearing_ = false;
   sendError_.clear();
   pacing_.reset();
   clock_.begin(searching_ ? domains_.round() : std::vector{domains_.known()});
   sendRequests();
+}
+
+// A clock of very many ports, or a busy one, may take longer.
+void Ptp4lSource::periodEnded() {
+  if (polling_ && std::exchange(hearing_, false)) {
+    pollTimer_ = loop_.after(period_, [this] { periodEnded(); });
+    sendRequests();
+    return;
+  }
+  if (polling_) pollUnanswered(sendError_ ? sendError_.message() : "no answer");
+  poll();
 }
 
 // A full queue may have room again when the next response has arrived; any other error ends the poll.
@@ -80,7 +89,10 @@ void Ptp4lSource::receiveResponses() {
 void Ptp4lSource::take(const Response& response, pid_t sender) {
   const bool answeredBefore = clock_.answered();
   const ClockPoll::Heard heard = clock_.accept(response);
-  if (heard.answer) followNetworkNamespaceOf(sender);
+  if (heard.answer) {
+    hearing_ = true;
+    followNetworkNamespaceOf(sender);
+  }
   if (polling_ && clock_.answered() && !answeredBefore) askForPorts();
   if (heard.topology) {
     if (!polling_) {

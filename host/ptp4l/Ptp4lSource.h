@@ -22,9 +22,8 @@ namespace host::ptp4l {
 /// The status of a live ptp4l, followed through its management socket: what changes is reported by ptp4l as it
 /// happens, and everything is asked for once in a period.
 ///
-/// A poll that was not answered in full before the next is due changes nothing. Three of them in a row, and
-/// the service counts as gone: the sink gets an empty snapshot, and every further poll looks for the service
-/// again.
+/// A poll that gets no answer for a period is given up and changes nothing. Three of them in a row, and the
+/// service counts as gone: the sink gets an empty snapshot, and every further poll looks for the service again.
 class Ptp4lSource final : public Source {
  public:
   Ptp4lSource(EventLoop& loop, std::string socketPath, std::chrono::milliseconds poll = std::chrono::seconds(1),
@@ -36,6 +35,7 @@ class Ptp4lSource final : public Source {
   enum class Service { unknown, answering, gone };
 
   void poll();
+  void periodEnded();
   void sendRequests();
   void receiveResponses();
   void take(const Response& response, pid_t sender);
@@ -57,6 +57,7 @@ class Ptp4lSource final : public Source {
   Service service_ = Service::unknown;
   bool searching_ = true;  ///< the clock's domain is not known, or may be another now
   bool polling_ = false;   ///< a poll is neither answered nor given up
+  bool hearing_ = false;   ///< something was answered since the last period began
   int unansweredPolls_ = 0;
   std::error_code sendError_;  ///< of the current poll
   DomainSearch domains_;

@@ -232,6 +232,42 @@ TEST_F(ClockPollTest, APortThatHasVanishedDoesNotCostTheOthersTheirData) {
   EXPECT_EQ(answerAllBut(ManagementId::portDataSet, 2, wrongValue), 2) << "asked again";
 }
 
+TEST_F(ClockPollTest, ARequestThatIsPassedOverDoesNotHoldUpTheRound) {
+  answerARound(2);
+  ASSERT_TRUE(poll.replies().ports.at(1).counters);
+  for (int round = 1; round <= 4; ++round) {
+    poll.begin({Domain{}});
+    int asked = 0;
+    for (auto requests = sendAll(); !requests.empty(); requests = sendAll()) {
+      for (const GetRequest& request : requests) {
+        if (request.id == ManagementId::portStatsNp) {
+          ++asked;
+        } else {
+          answer(request, 2);
+        }
+      }
+    }
+    EXPECT_TRUE(poll.complete()) << round;
+    EXPECT_EQ(asked, round <= 2 ? 2 : 0) << round;
+    EXPECT_EQ(poll.replies().ports.at(1).counters.has_value(), round == 1) << round;
+    EXPECT_TRUE(poll.replies().ports.at(2).dataSet) << round;
+  }
+}
+
+TEST_F(ClockPollTest, OneLostAnswerCostsNothing) {
+  answerARound(1);
+  for (int round = 0; round < 10; ++round) {
+    poll.begin({Domain{}});
+    for (auto requests = sendAll(); !requests.empty(); requests = sendAll()) {
+      for (const GetRequest& request : requests) {
+        if (request.id != ManagementId::portStatsNp || round % 2 == 1) answer(request, 1);
+      }
+    }
+    ASSERT_TRUE(poll.complete());
+    EXPECT_TRUE(poll.replies().ports.at(1).counters);
+  }
+}
+
 TEST_F(ClockPollTest, RequestsForPortsWaitUntilTheyAreReleased) {
   poll.begin({Domain{}});
   const GetRequest first = *poll.next();

@@ -40,6 +40,19 @@ class PortNameTest : public testing::TestWithParam<NameColumn> {
     EXPECT_EQ(traces.take().back(), trace);
   }
 
+  // GETs the name and then a good cell.
+  void expectSecondUnanswered() {
+    Walk walk(table_, device_);
+    walk.first();
+    Requests requests(table_, MODE_GET);
+    requests.add(5, &walk);
+    requests.add(GetParam().other, &walk);
+    EXPECT_EQ(requests.handle(), SNMP_ERR_GENERR);
+    EXPECT_EQ(requests[0].status, SNMP_ERR_GENERR);
+    EXPECT_EQ(requests.value(0).type, "NULL");
+    EXPECT_TRUE(requests.untouched(1));
+  }
+
   const Table& table_ = table(GetParam().table);
   Device device_;
 };
@@ -73,16 +86,14 @@ TEST_P(PortNameTest, NamesOf1And64BytesAreServed) {
   }
 }
 
-TEST_P(PortNameTest, AFailureOfTheFirstCellLeavesTheSecondUnanswered) {
+TEST_P(PortNameTest, ANameOutOfRangeInTheFirstCellLeavesTheSecondUnanswered) {
   named("");
-  Walk walk(table_, device_);
-  walk.first();
-  Requests requests(table_, MODE_GET);
-  requests.add(5, &walk);
-  requests.add(GetParam().other, &walk);
-  EXPECT_EQ(requests.handle(), SNMP_ERR_GENERR);
-  EXPECT_EQ(requests[0].status, SNMP_ERR_GENERR);
-  EXPECT_TRUE(requests.untouched(1));
+  expectSecondUnanswered();
+}
+
+TEST_P(PortNameTest, AFailedConversionOfTheFirstCellLeavesTheSecondUnanswered) {
+  named(Kestor::String(65, 'n'));
+  expectSecondUnanswered();
 }
 
 TEST_P(PortNameTest, TheErrorGoesOnTheHeadEvenIfThatWasProcessedByAnother) {
@@ -95,6 +106,15 @@ TEST_P(PortNameTest, TheErrorGoesOnTheHeadEvenIfThatWasProcessedByAnother) {
   EXPECT_EQ(requests.handle(), SNMP_ERR_GENERR);
   EXPECT_EQ(requests[0].status, SNMP_ERR_GENERR);
   EXPECT_TRUE(requests.untouched(1));
+}
+
+TEST_P(PortNameTest, ARowWithoutItsDataSetHasNoNameToSend) {
+  addRows(device_);
+  Walk walk(table_, device_);
+  walk.first();
+  Requests requests(table_, MODE_GET);
+  requests.add(5, &walk);
+  EXPECT_EQ(requests.handle(), SNMP_ERR_GENERR);
 }
 
 INSTANTIATE_TEST_SUITE_P(Tables, PortNameTest,
@@ -143,6 +163,20 @@ TEST_F(AbsentDataTest, AMissingIdentityReadsAsTheTextOfTheZeroIdentity) {
   const std::string text = "3030303030302e303030302e3030303030302d30";  // 000000.0000.000000-0
   EXPECT_EQ(value("ptpbaseClockParentDSTable", 4, device_), "STRING " + text);
   EXPECT_EQ(value("ptpbaseClockPortDSTable", 6, device_), "STRING " + text);
+}
+
+TEST_F(AbsentDataTest, WithoutItsDataSetAnEnumerationReadsAsItsCode0) {
+  addRows(device_);
+  const std::string ethernet = "OID 1.3.6.1.2.1.241.1.2.12.3";
+  EXPECT_EQ(value("ptpbaseClockTransDefaultDSTable", 5, device_), "INTEGER 254");
+  EXPECT_EQ(value("ptpbaseClockPortTable", 6, device_), "INTEGER 1");
+  EXPECT_EQ(value("ptpbaseClockPortDSTable", 12, device_), "INTEGER 254");
+  EXPECT_EQ(value("ptpbaseClockPortRunningTable", 6, device_), "INTEGER 0");
+  EXPECT_EQ(value("ptpbaseClockPortRunningTable", 7, device_), "INTEGER 1");
+  EXPECT_EQ(value("ptpbaseClockPortRunningTable", 9, device_), ethernet);
+  EXPECT_EQ(value("ptpbaseClockPortRunningTable", 10, device_), ethernet);
+  EXPECT_EQ(value("ptpbaseClockPortRunningTable", 11, device_), "INTEGER 1");
+  EXPECT_EQ(value("ptpbaseClockPortRunningTable", 12, device_), "INTEGER 1");
 }
 
 TEST_F(AbsentDataTest, ARowWithoutAStatusReadsTheSame) {

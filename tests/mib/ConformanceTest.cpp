@@ -1,4 +1,5 @@
 // docs/mib-conformance.md, the catalogue and the registered tables say the same.
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <fstream>
@@ -6,6 +7,7 @@
 #include <set>
 #include <sstream>
 
+#include "Columns.h"
 #include "Tables.h"
 #include "ptpbaseMIB/Catalogue.h"
 
@@ -119,6 +121,19 @@ TEST(ConformanceTest, EachDifferenceHasItsReasonAndEachReasonItsColumn) {
     }
   }
   EXPECT_EQ(referred, page().explained);
+}
+
+TEST(CatalogueTest, EachColumnHasItsNameItsAttributeItsConverterAndItsType) {
+  const auto line = [](const auto& column, u_char type) {
+    return fmt::format("{} {} {} attribute '{}' {} {}", column.table, column.number, column.name, column.attribute,
+                       column.converter, typeName(type));
+  };
+  const std::vector<CatalogueEntry> catalogue = wholeCatalogue();
+  ASSERT_EQ(columns().size(), 66U);
+  ASSERT_EQ(catalogue.size(), 66U);
+  for (std::size_t i = 0; i < 66; ++i) {
+    EXPECT_EQ(line(catalogue[i], catalogue[i].asnType), line(columns()[i], columns()[i].type));
+  }
 }
 
 TEST(CatalogueTest, FailureMessagesNameTheAttributeButForTheGrantsThatHaveNone) {

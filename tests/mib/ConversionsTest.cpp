@@ -65,21 +65,26 @@ TEST(ConversionsTest, AMibIntegerFrom1To4ReadsBackAsItsClockType) {
   EXPECT_EQ(AsnIntegerToPtpClockType(&one), PtpSnmp::ClockType::ordinaryClock);
 }
 
+void expectNoClockType(long value) {
+  try {
+    AsnIntegerToPtpClockType(&value);
+    ADD_FAILURE() << value;
+  } catch (const Zarn::RangeException& why) {
+    EXPECT_STREQ(why.what(), "invalid value for PtpSnmp::ClockType") << value;
+  }
+}
+
 TEST(ConversionsTest, AnyOtherMibIntegerIsNoClockType) {
   for (const long value :
        {0L, 5L, -1L, 255L, 256L, 257L, long{std::numeric_limits<int>::max()}, long{std::numeric_limits<int>::min()}}) {
-    try {
-      AsnIntegerToPtpClockType(&value);
-      ADD_FAILURE() << value;
-    } catch (const Zarn::RangeException& why) {
-      EXPECT_STREQ(why.what(), "invalid value for PtpSnmp::ClockType") << value;
-    }
+    expectNoClockType(value);
   }
 }
 
 TEST(ConversionsTest, AMibIntegerBeyond32BitsIsNoClockType) {
-  for (const long value : {4294967297L, -4294967295L, std::numeric_limits<long>::max()}) {
-    EXPECT_THROW(AsnIntegerToPtpClockType(&value), Zarn::RangeException) << value;
+  for (const long value :
+       {4294967297L, -4294967295L, std::numeric_limits<long>::max(), std::numeric_limits<long>::min()}) {
+    expectNoClockType(value);
   }
 }
 

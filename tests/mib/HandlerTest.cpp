@@ -1,12 +1,14 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
+#include "Columns.h"
 #include "Requests.h"
 #include "TraceCapture.h"
 
 namespace {
 
 using namespace test;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Lines = std::vector<std::string>;
@@ -105,6 +107,19 @@ TEST_P(HandlerTest, AColumnThatIsNotServedIsNoObjectAndEndsTheCall) {
   }
 }
 
+TEST_P(HandlerTest, AGetNamesItsColumnAndTheKeyOfItsRow) {
+  for (const Column& column : columns()) {
+    if (column.table != table_.name) continue;
+    Requests requests(table_, MODE_GET);
+    requests.add(column.number, &walk_);
+    TraceCapture traces("Snmp/0-31");
+    requests.handle();
+    const std::string key = keyText(table_, rowIndexes(table_).front());
+    EXPECT_THAT(traces.take(),
+                Contains(line(2, fmt::format("_handler: request GET for column {}, key {}", column.name, key))));
+  }
+}
+
 TEST_P(HandlerTest, EachServedColumnIsAnsweredInEachRequestThatIsOpen) {
   Requests requests(table_, MODE_GET);
   for (const unsigned column : table_.served) {
@@ -139,6 +154,40 @@ TEST_P(HandlerTest, TheOutcomeIsTheSameWithAndWithoutTraces) {
     return std::make_pair(result, values);
   };
   EXPECT_EQ(outcome("Snmp/0-31"), outcome("Snmp/off"));
+}
+
+// The lines of one GET of a row's first cell.
+Lines traceOfGet(const Table& table) {
+  Device device;
+  addRows(device);
+  Walk walk(table, device);
+  walk.first();
+  Requests requests(table, MODE_GET);
+  requests.add(table.served[0], &walk);
+  TraceCapture traces("Snmp/0-31");
+  requests.handle();
+  return traces.take();
+}
+
+TEST(GetTraceTest, AGetTellsOfTheCallItsModeAndTheCell) {
+  EXPECT_THAT(traceOfGet(table("ptpbaseClockPortTransDSTable")),
+              ElementsAre("Snmp/2 ptpbaseClockPortTransDSTable_handler",
+                          "Snmp/2 ptpbaseClockPortTransDSTable_handler: request mode 160",
+                          "Snmp/2 ptpbaseClockPortTransDSTable_handler: request GET for column "
+                          "ptpbaseClockPortTransDSPortIdentity, key "
+                          "PtpSnmp::PortTransDSTableKey(domainIndex=0,instanceIndex=1,portNumberIndex=9)"));
+}
+
+TEST(GetTraceTest, TheSystemTablesColumnIsNamedWithoutTheTablesPrefix) {
+  EXPECT_EQ(traceOfGet(table("ptpbaseSystemTable")).back(),
+            "Snmp/2 ptpbaseSystemTable_handler: request GET for column ptpDomainClockPortsTotal, key "
+            "PtpSnmp::SystemTableKey(ptpDomainIndex=0,ptpInstanceIndex=1)");
+}
+
+TEST(GetTraceTest, AClockTypeIsAKeyByItself) {
+  EXPECT_EQ(traceOfGet(table("ptpbaseSystemDomainTable")).back(),
+            "Snmp/2 ptpbaseSystemDomainTable_handler: request GET for column ptpbaseSystemDomainTotals, key "
+            "ordinaryClock");
 }
 
 INSTANTIATE_TEST_SUITE_P(Tables, HandlerTest, testing::ValuesIn(tables()),

@@ -63,6 +63,10 @@ std::optional<Oid> Walk::first(const Hint* hint) {
 
 std::optional<Oid> Walk::next() { return indexOf(table_.getNext(&loopContext, &dataContext, indexes_, &info_)); }
 
+std::optional<Oid> Walk::at(const void* context) const {
+  return indexOf(table_.iterationHelper(const_cast<void*>(context), indexes_));
+}
+
 std::optional<Oid> Walk::indexOf(const netsnmp_variable_list* written) const {
   if (written == nullptr) return std::nullopt;
   EXPECT_EQ(written, indexes_);

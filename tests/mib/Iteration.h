@@ -37,6 +37,9 @@ class Walk {
   std::optional<Oid> first(const Hint* hint = nullptr);
   std::optional<Oid> next();
 
+  /// The index of the row where a loop or data context stands; none at the end.
+  std::optional<Oid> at(const void* context) const;
+
   void* makeDataContext() { return table_.makeDataContext(loopContext, &info_); }
   void freeDataContext(void* context) { table_.freeDataContext(context, &info_); }
   void endLoop();

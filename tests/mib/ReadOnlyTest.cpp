@@ -30,7 +30,7 @@ class ReadOnlyTest : public testing::Test {
     }
   }
 
-  const TraceCapture quiet_{"Snmp/off"};  // a refusal is told at level 0
+  const TraceCapture quiet_{"Snmp/off"};  // columns that are not served are told at level 0
   ServedDevice device_;
   SnmpAgent& agent_ = SnmpAgent::instance();
   const std::vector<Varbind> golden_ = goldenList("transparent.txt");
@@ -48,6 +48,14 @@ TEST_F(ReadOnlyTest, EachOfThe66ColumnsIsNotWritable) {
   }
   EXPECT_EQ(columns.size(), 66U);
   EXPECT_EQ(agent_.walk(ptpbaseMIB()), golden_);
+}
+
+TEST_F(ReadOnlyTest, TheLibraryRefusesASetBeforeAnyHandlerHearsOfIt) {
+  for (const Varbind& cell : golden_) {
+    TraceCapture traces("Snmp/0-31");
+    EXPECT_EQ(agent_.set({{cell.name, 'i', "1"}}).errorStatus, SNMP_ERR_NOTWRITABLE) << cell;
+    EXPECT_THAT(traces.take(), testing::Each(testing::Not(testing::HasSubstr("_handler")))) << cell;
+  }
 }
 
 TEST_F(ReadOnlyTest, AbsentRowsIndexColumnsAndIncompleteNamesAreRefused) {

@@ -45,4 +45,17 @@ TEST(RegistrationRoundsTest, AThousandRoundsLeaveMemoryAndTheLibrarysRegistryAsT
   EXPECT_LT(mallinfo2().uordblks, before + 1000 * 16);
 }
 
+TEST(RegistrationRoundsTest, NoTraceIsLeftOfAThousandContextsOnceTheyAreUnregistered) {
+  Device device;
+  const auto round = [](int number) {
+    const Kestor::String context = "context with a name too long for the string itself " + std::to_string(number);
+    init_ptpbaseMIB(context);
+    unregister_ptpbaseMIB(context);
+  };
+  for (int i = 0; i < 10; ++i) round(i);
+  const std::size_t before = mallinfo2().uordblks;
+  for (int i = 10; i < 1010; ++i) round(i);
+  EXPECT_LT(mallinfo2().uordblks, before + 1000 * 16);
+}
+
 }  // namespace

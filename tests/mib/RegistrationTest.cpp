@@ -30,8 +30,25 @@ class RegistrationTest : public testing::Test {
  protected:
   RegistrationTest() { spy_.reset(); }
 
+  // The first row's first cell is found under a name that is one component short. Without any component the library
+  // has no name for the row, and the process none the worse for it.
+  void expectServedWithoutOneIndex(const Table& t) {
+    const Oid column = t.root + Oid{1, t.served[0]};
+    if (t.indexes.size() == 1) {
+      EXPECT_EQ(agent_.getNext({column}).errorStatus, SNMP_ERR_GENERR) << t.name;
+      EXPECT_EQ(agent_.get({column + Oid{1}}).errorStatus, SNMP_ERR_GENERR) << t.name;
+      return;
+    }
+    Varbind cell = *std::find_if(golden_.begin(), golden_.end(),
+                                 [&](const Varbind& each) { return startsWith(each.name, column); });
+    cell.name.pop_back();
+    EXPECT_EQ(agent_.getNext({column}).varbinds.at(0), cell);
+    EXPECT_EQ(agent_.get({cell.name}).varbinds.at(0), cell);
+  }
+
   SnmpAgent& agent_ = SnmpAgent::instance();
   LibrarySpy& spy_ = LibrarySpy::instance();
+  const std::vector<Varbind> golden_ = goldenList("transparent.txt");
   Device device_;
 };
 
@@ -182,6 +199,8 @@ TEST_F(RegistrationTest, StartAndEndOfATablesInitialisationAreTraced) {
 }
 
 TEST_F(RegistrationTest, AnIndexThatCannotBeSetUpIsTracedAndTheTableServedWithoutIt) {
+  device_.track();
+  populateTransparentClock(device_);
   int before = 0;
   for (const Table& t : tables()) {
     for (std::size_t failing = 0; failing < t.indexes.size(); ++failing, ++before) {
@@ -197,6 +216,7 @@ TEST_F(RegistrationTest, AnIndexThatCannotBeSetUpIsTracedAndTheTableServedWithou
         if (i != failing) rest.push_back(t.indexes[i].type);
       }
       EXPECT_THAT(spy_.registered[0].indexTypes, ElementsAreArray(rest)) << t.name;
+      expectServedWithoutOneIndex(t);
       unregister_ptpbaseMIB("");
     }
   }

@@ -137,4 +137,18 @@ const Table& table(std::string_view name) {
   return *found;
 }
 
+std::string componentText(const Index& index, oid value) {
+  static const char* const clockTypes[] = {"ordinaryClock", "boundaryClock", "transparentClock", "boundaryNode"};
+  return index.type == ASN_INTEGER ? clockTypes[value - 1] : std::to_string(value);
+}
+
+std::string keyText(const Table& table, const Oid& index) {
+  if (table.indexes.size() == 1) return componentText(table.indexes[0], index[0]);
+  std::string text = table.keyType + "(";
+  for (std::size_t k = 0; k < index.size(); ++k) {
+    text += (k == 0 ? "" : ",") + table.indexes[k].component + "=" + componentText(table.indexes[k], index[k]);
+  }
+  return text + ")";
+}
+
 }  // namespace test

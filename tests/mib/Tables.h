@@ -43,4 +43,8 @@ void PrintTo(const Table& table, std::ostream* os);
 const std::vector<Table>& tables();
 const Table& table(std::string_view name);
 
+/// A component of an index, and the key that an index stands for, as traces tell them.
+std::string componentText(const Index& index, oid value);
+std::string keyText(const Table& table, const Oid& index);
+
 }  // namespace test
