@@ -174,7 +174,7 @@ class Process:
             self._process.send_signal(how)
             self._process.send_signal(signal.SIGCONT)
             try:
-                self._process.wait(10)
+                self._process.wait(60)
             except subprocess.TimeoutExpired:
                 self._process.kill()
                 self._process.wait()
