@@ -20,13 +20,14 @@ std::optional<std::uint32_t> KernelInterfaces::ifIndex(const std::string& name) 
   return static_cast<std::uint32_t>(index);
 }
 
-// Subscribes first and lists then, so that no change falls between.
+// Subscribes first and lists then, so that no change falls between. The cache stays our own: one that is provided to
+// the whole process (NL_AUTO_PROVIDE) is leaked when a second one takes its place.
 bool KernelInterfaces::follow() {
   readable_.reset();
   links_ = nullptr;
   manager_.reset();
   nl_cache_mngr* manager = nullptr;
-  int error = nl_cache_mngr_alloc(nullptr, NETLINK_ROUTE, NL_AUTO_PROVIDE, &manager);
+  int error = nl_cache_mngr_alloc(nullptr, NETLINK_ROUTE, 0, &manager);
   if (error == 0) {
     manager_.reset(manager);
     error = nl_cache_mngr_add(manager, "route/link", nullptr, nullptr, &links_);

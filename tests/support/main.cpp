@@ -21,7 +21,3 @@ int main(int argc, char** argv) {
   testing::AddGlobalTestEnvironment(new NoLiveObjects);
   return RUN_ALL_TESTS();
 }
-
-// libnl leaks a link's type information now and then; the sanitizer asks here what it shall pass over.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() { return "leak:libnl-3.so\nleak:libnl-route-3.so\n"; }
