@@ -185,6 +185,10 @@ class Process:
         """Signals the program itself, also where another one was started to enter a namespace."""
         self._process.send_signal(number)
 
+    @property
+    def process_id(self):
+        return self._process.pid
+
     def output(self):
         return self.log.read_text(encoding="utf-8", errors="replace")
 
