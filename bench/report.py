@@ -59,5 +59,6 @@ def publish(name, rows, file, target, met, **more):
     print(f"{here['cpu']}, {here['cores']} cores, load {here['load']} at the end, Linux {here['kernel']}.")
     if file:
         with open(file, "w", encoding="utf-8") as out:
-            json.dump({"benchmark": name, "machine": here, "target": target, "met": met, "rows": rows, **more}, out, indent=1)
+            results = {"benchmark": name, "machine": here, "target": target, "met": met, "rows": rows, **more}
+            json.dump(results, out, indent=1)
             out.write("\n")
