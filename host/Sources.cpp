@@ -10,8 +10,6 @@
 namespace host {
 namespace {
 
-constexpr char defaultPtp4lSocket[] = "/var/run/ptp4l";
-
 std::unique_ptr<Source> makeDemo(EventLoop& loop, std::string_view device) {
   auto text = std::make_unique<std::istringstream>(std::string(demoDevice(device)));
   return std::make_unique<ReplaySource>(loop, "demo:" + std::string(device), std::move(text), Repeat::yes);

@@ -17,6 +17,7 @@ struct SourceOptions {
   friend bool operator==(const SourceOptions&, const SourceOptions&) = default;
 };
 
+inline constexpr char defaultPtp4lSocket[] = "/var/run/ptp4l";
 inline constexpr std::chrono::milliseconds shortestPoll{10};
 inline constexpr std::chrono::milliseconds longestPoll{3600 * 1000};
 

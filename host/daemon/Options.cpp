@@ -83,6 +83,7 @@ ParsedOptions parseOptions(int argc, char** argv) {
       ->default_str("info")
       ->check(CLI::IsMember({"debug", "info", "warning", "error"}));
   app.add_option("--pid-file", options.pidFile, "File that names the process while it runs")->type_name("FILE");
+  app.add_flag("--check", options.check, "Say what of all this works, how to mend what does not, and end");
   app.add_option("--module", options.module, "File of the MIB module")->type_name("FILE");
 
   try {

@@ -18,6 +18,7 @@ struct Options {
   std::string trace;
   std::string logLevel;
   std::string pidFile;
+  bool check = false;  ///< say what works, and end
   std::string module;  ///< file of the MIB module
 
   /// What to follow: the command line outranks the configuration, and that the built-in demo clock.

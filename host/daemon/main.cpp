@@ -12,6 +12,7 @@
 
 #include "AgentXLink.h"
 #include "BuildInfo.h"
+#include "Check.h"
 #include "EventLoop.h"
 #include "Log.h"
 #include "Options.h"
@@ -133,7 +134,7 @@ int main(int argc, char** argv) {
   if (!parsed.options) return parsed.exitCode;
   logToStandardError(parsed.options->logLevel);
   try {
-    return serve(*parsed.options);
+    return parsed.options->check ? check(*parsed.options) : serve(*parsed.options);
   } catch (const std::exception& error) {
     spdlog::error("{}", error.what());
     return runtimeFailure;
