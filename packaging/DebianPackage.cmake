@@ -18,15 +18,15 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "ptpsnmp maintainers <maintainers@ptpsnmp.example>")
 set(CPACK_DEBIAN_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "SNMP agent for the PTP clock of this machine")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-"SNMP agent for the PTP clock of this machine (PTPBASE-MIB)
- ptpsnmpd follows a running ptp4l and serves its status over SNMP: the twelve
- read-only tables of PTPBASE-MIB (RFC 8173), among them offset from master,
- port states and packet counters. It asks the clock and never sets it.
- .
- The same tables can be served by snmpd: by a module that it loads, or over
- AgentX. A module file for the Prometheus SNMP exporter and a data collection
- for OpenNMS are included.")
+"ptpsnmpd follows a running ptp4l and serves its status over SNMP: the twelve
+read-only tables of PTPBASE-MIB (RFC 8173), among them offset from master,
+port states and packet counters. It asks the clock and never sets it.
+
+The same tables can be served by snmpd: by a module that it loads, or over
+AgentX. A module file for the Prometheus SNMP exporter and a data collection
+for OpenNMS are included.")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/platform)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS adduser)

@@ -42,7 +42,7 @@ class Install(unittest.TestCase):
                     self.assertTrue(not path or path.startswith("$ORIGIN"), f"{file.name}: {path}")
 
     def test_the_daemon_looks_for_its_module_where_it_is_installed(self):
-        header = (build_folder() / "host" / "BuildInfo.h").read_text(encoding="utf-8")
+        header = only(build_folder().rglob("BuildInfo.h")).read_text(encoding="utf-8")
         named = re.search(r'moduleFolder\[\] = "(.*)"', header)[1]
         with scratch_folder() as folder:
             install_into(folder)

@@ -44,12 +44,16 @@ def installed(root, package):
 
 class Package(unittest.TestCase):
     def test_lintian_finds_no_error(self):
-        # Of a user who is root, lintian only says that it should not be run by one.
-        found = subprocess.run(["lintian", "--allow-root", "--no-tag-display-limit", "--display-info", str(self.package)],
+        found = subprocess.run(["lintian", "--allow-root", "--tag-display-limit", "0", str(self.package)],
                                capture_output=True, text=True, timeout=300)
         print(found.stdout.strip())
         self.assertEqual([line for line in found.stdout.splitlines() if line.startswith("E:")], [])
         self.assertEqual(found.returncode, 0, found.stderr)
+
+    def test_its_changelog_ends_with_its_version(self):
+        changelog = (SOURCE / "packaging" / "deb" / "changelog").read_text(encoding="utf-8")
+        self.assertEqual(re.match(r"ptpsnmp \((.*?)\)", changelog)[1],
+                         command("dpkg-deb", "--field", str(self.package), "Version").strip())
 
     def test_every_file_belongs_to_root(self):
         for line in command("dpkg-deb", "--contents", str(self.package)).splitlines():
@@ -96,7 +100,7 @@ class Debian(unittest.TestCase):
             config = self.root.path / CONFIG
             config.write_text("ptpSource demo\n", encoding="utf-8")
             self.root.run("chmod", "0600", f"/{CONFIG}")
-            self.root.run("deb-systemd-helper", "disable", "ptpsnmpd.service")
+            (self.root.path / ENABLED).unlink()  # systemctl disable
             self.root.run("dpkg", "-i", f"/tmp/{self.package.name}")
             self.assertEqual(config.read_text(encoding="utf-8"), "ptpSource demo\n")
             self.assertEqual(self.status(CONFIG, "%a"), "600")
