@@ -5,9 +5,10 @@ import os
 import shutil
 import subprocess
 import tempfile
+import unittest
 from pathlib import Path
 
-from harness import Failed, Process
+from harness import Failed, Process, command, wait_for
 from packaging import skip
 
 RELEASE = "bookworm"
@@ -56,6 +57,10 @@ class DebianRoot:
         """A program that runs there until the context ends."""
         return Process(folder, name, self.inside(*arguments))
 
+    def booted(self, folder):
+        """The system running, under its own systemd: a Machine, which is halted at the end of the context."""
+        return Machine(self, folder)
+
     def install(self, *packages):
         """Packages by name, or package files of this machine by path."""
         names = []
@@ -75,3 +80,49 @@ class DebianRoot:
             names[:] = [name for name in names if str(relative / name) not in passing]
             found |= {str(relative / name) for name in names + files if str(relative / name) not in passing}
         return found
+
+
+class Machine(Process):
+    """A DebianRoot that was booted, with a network of its own: a container, its console in machine.log."""
+
+    def __init__(self, root, folder):
+        self._name = f"ptpsnmp-test-{os.getpid()}"
+        # Each kind of bookkeeping outside of the container is declined: no machine's name, no journal, no unit.
+        super().__init__(folder, "machine", [
+            "systemd-nspawn", "--quiet", "--keep-unit", "--register=no", "--link-journal=no", "--private-network",
+            f"--machine={self._name}", f"--directory={root.path}", "--boot"])
+
+    def __enter__(self):
+        super().__enter__()
+        try:
+            wait_for("the system is up", self._is_up, seconds=60)
+        except Failed as failure:
+            self.stop()
+            raise unittest.SkipTest(f"no Debian system can be booted here: {failure}; {self.output()[-500:]}") from None
+        return self
+
+    def stop(self, *how):
+        super().stop(*how)
+        # It takes them away by itself only where /run is in memory.
+        shutil.rmtree(f"/run/systemd/nspawn/propagate/{self._name}", ignore_errors=True)
+
+    def _init(self):
+        """The number that the container's process 1 has out here."""
+        started = Path(f"/proc/{self._process.pid}/task/{self._process.pid}/children").read_text(encoding="ascii").split()
+        if not started:
+            raise Failed("nothing runs yet")
+        return started[0]
+
+    def _is_up(self):
+        state = subprocess.run(self.inside("systemctl", "is-system-running"), capture_output=True, text=True, timeout=10)
+        return state.stdout.strip() in ("running", "degraded")
+
+    def inside(self, *arguments):
+        enter = ["nsenter", f"--target={self._init()}", "--mount", "--uts", "--ipc", "--net", "--pid", "--root", "--wd"]
+        return [*enter, "env", "-i", "PATH=/usr/sbin:/usr/bin:/sbin:/bin", "DEBIAN_FRONTEND=noninteractive", *arguments]
+
+    def run(self, *arguments):
+        return command(*self.inside(*arguments), timeout=120)
+
+    def process(self, folder, name, *arguments):
+        return Process(folder, name, self.inside(*arguments))

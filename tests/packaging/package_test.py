@@ -10,12 +10,13 @@ of making one.
 import contextlib
 import os
 import re
+import shutil
 import subprocess
 import unittest
 from pathlib import Path
 
 from debian_root import debian_root
-from harness import Snmp, command, free_udp_port, run_tests, scratch_folder, wait_for
+from harness import Failed, Snmp, command, free_udp_port, run_tests, scratch_folder, wait_for
 from packaging import SOURCE, skip, skip_unless_installed
 
 PTPBASE = "1.3.6.1.2.1.241"
@@ -72,9 +73,7 @@ class Package(unittest.TestCase):
 
 
 class Debian(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.root = cls.enterClassContext(debian_root())
+    """Without an init system, as in a container."""
 
     def status(self, path, form):
         return self.root.run("stat", "-c", form, f"/{path}").strip()
@@ -119,9 +118,94 @@ class Debian(unittest.TestCase):
         self.assertIn("ptpsnmpd", self.root.run("getent", "passwd", "ptpsnmpd"))
 
 
+class Service(unittest.TestCase):
+    """With systemd, and a ptp4l to follow."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.root.install("systemd", "systemd-sysv", "procps", "iproute2", "linuxptp", "snmp", cls.package)
+        cls.root.run("apt-get", "-qy", "purge", "ptpsnmp")  # what it depends on stays: a booted system has no network
+
+    @contextlib.contextmanager
+    def in_service(self):
+        """A machine on which the package was installed, which is all that it takes."""
+        with scratch_folder() as folder, self.root.booted(folder) as machine:
+            package = self.root.path / "root" / self.package.name
+            shutil.copy(self.package, package)
+            machine.run("dpkg", "-i", f"/root/{self.package.name}")
+            try:
+                yield folder, machine
+            finally:
+                machine.run("dpkg", "--purge", "ptpsnmp")
+
+    def property(self, machine, name):
+        return machine.run("systemctl", "show", "--property", name, "--value", "ptpsnmpd").strip()
+
+    def wait_until_active(self, machine, but_not_pid="0"):
+        """The number of the daemon's process, once it told systemd that it is ready."""
+        def pid():
+            number = self.property(machine, "MainPID")
+            return number if self.property(machine, "ActiveState") == "active" and number != but_not_pid else None
+        return wait_for("the service is active", pid, seconds=60)
+
+    def test_it_follows_a_ptp4l_of_root(self):
+        with self.in_service() as (folder, machine):
+            self.wait_until_active(machine)
+            config = "[global]\ntime_stamping software\nfree_running 1\nnetwork_transport L2\n"
+            (self.root.path / "root" / "ptp4l.conf").write_text(config, encoding="utf-8")
+            machine.run("ip", "link", "add", "ptp0", "up", "type", "veth", "peer", "name", "ptp1")
+            machine.run("ip", "link", "set", "ptp1", "up")
+            with machine.process(folder, "ptp4l", "ptp4l", "-m", "-f", "/root/ptp4l.conf", "-i", "ptp0"):
+                name = f"{PTPBASE}.1.2.9.1.5.0.2.1.1"
+                read = ("snmpget", "-v2c", "-c", "public", "-Oqv", "127.0.0.1:1161", name)
+                wait_for("the port's row", lambda: "ptp0" in machine.run(*read))
+
+    def test_it_has_one_capability_and_sees_no_secret(self):
+        with self.in_service() as (_, machine):
+            pid = self.wait_until_active(machine)
+            status = machine.run("cat", f"/proc/{pid}/status")
+            self.assertRegex(status, r"CapBnd:\s0{15}2\n")  # CAP_DAC_OVERRIDE
+            self.assertRegex(status, r"NoNewPrivs:\s1\n")
+            self.assertNotRegex(status, r"Uid:\s0")
+            shadow = machine.run("stat", "-L", "-c", "%F %a", f"/proc/{pid}/root/etc/shadow").strip()
+            self.assertEqual(shadow, "regular empty file 0")
+            self.assertEqual(machine.run("ls", "-A", f"/proc/{pid}/root/root/"), "")
+
+    def test_a_reload_does_not_interrupt_it(self):
+        with self.in_service() as (_, machine):
+            pid = self.wait_until_active(machine)
+            machine.run("systemctl", "reload", "ptpsnmpd")
+            self.assertEqual(self.wait_until_active(machine), pid)
+
+    def test_it_comes_back_after_a_crash_and_after_a_hang(self):
+        with self.in_service() as (_, machine):
+            machine.run("mkdir", "-p", "/run/systemd/system/ptpsnmpd.service.d")
+            faster = self.root.path / "root" / "watchdog.conf"
+            faster.write_text("[Service]\nWatchdogSec=2\n", encoding="utf-8")
+            machine.run("cp", "/root/watchdog.conf", "/run/systemd/system/ptpsnmpd.service.d/")
+            machine.run("systemctl", "daemon-reload")
+            machine.run("systemctl", "restart", "ptpsnmpd")
+            first = self.wait_until_active(machine)
+            machine.run("kill", "-KILL", first)
+            second = self.wait_until_active(machine, but_not_pid=first)
+            machine.run("kill", "-STOP", second)
+            self.wait_until_active(machine, but_not_pid=second)
+
+    def test_a_purge_stops_it(self):
+        with self.in_service() as (_, machine):
+            pid = self.wait_until_active(machine)
+            machine.run("dpkg", "--purge", "ptpsnmp")
+            self.assertFalse((self.root.path / ENABLED).is_symlink())
+            with self.assertRaises(Failed):
+                machine.run("kill", "-0", pid)
+
+
 if __name__ == "__main__":
-    skip_unless_installed("dpkg-deb", "dpkg-shlibdeps", "lintian", "debootstrap", "unshare", "snmpbulkwalk")
+    skip_unless_installed("dpkg-deb", "dpkg-shlibdeps", "lintian", "debootstrap", "unshare", "snmpbulkwalk",
+                          "systemd-nspawn", "nsenter")
     if os.geteuid() != 0:
         skip("a Debian system can be made by root only")
-    Package.package = Debian.package = make_package()
-    run_tests()
+    Package.package = Debian.package = Service.package = make_package()
+    with debian_root() as root:
+        Debian.root = Service.root = root
+        run_tests()
