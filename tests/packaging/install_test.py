@@ -9,7 +9,7 @@ import re
 import stat
 import unittest
 
-from harness import Daemon, command, run_tests, scratch_folder
+from harness import Daemon, Process, Snmp, command, daemon_program, free_udp_port, run_tests, scratch_folder, wait_for
 from packaging import build_folder, elf_files, install_into, skip_unless_installed
 
 PTPBASE = "1.3.6.1.2.1.241"
@@ -53,6 +53,19 @@ class Install(unittest.TestCase):
             install_into(folder)
             config = only(folder.rglob("snmp/ptpsnmpd.conf"))
             self.assertEqual(stat.S_IMODE(config.stat().st_mode), 0o640)
+
+    def test_a_configuration_in_the_search_path_is_read(self):
+        with scratch_folder() as folder:
+            install_into(folder)
+            config = only(folder.rglob("snmp/ptpsnmpd.conf"))
+            port = free_udp_port()
+            with open(config, "a", encoding="utf-8") as file:
+                file.write(f"agentAddress udp:127.0.0.1:{port}\nrocommunity elsewhere 127.0.0.1\nptpSource demo\n")
+            environment = (f"SNMPCONFPATH={config.parent}", f"SNMP_PERSISTENT_DIR={folder / 'persistent'}")
+            with Process(folder, "ptpsnmpd", ["env", *environment, daemon_program()]) as daemon:
+                wait_for("the daemon is ready", lambda: "is ready" in daemon.output())
+                self.assertTrue(Snmp(port, community="elsewhere").walk(PTPBASE))
+            self.assertEqual(list(folder.glob("persistent/*.conf")), [], "nothing is kept between two runs")
 
     def test_every_template_is_filled_in(self):
         with scratch_folder() as folder:

@@ -20,6 +20,7 @@ from harness import Failed, Snmp, command, free_udp_port, run_tests, scratch_fol
 from packaging import SOURCE, skip, skip_unless_installed
 
 PTPBASE = "1.3.6.1.2.1.241"
+PORT_NAME = f"{PTPBASE}.1.2.9.1.5.0.2.1.1"  # of a boundary clock's port 1 in domain 0
 CONFIG = "etc/snmp/ptpsnmpd.conf"
 DROP_IN = "etc/snmp/snmpd.conf.d/ptpsnmp.conf"
 ENABLED = "etc/systemd/system/multi-user.target.wants/ptpsnmpd.service"
@@ -123,7 +124,7 @@ class Service(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        cls.root.install("systemd", "systemd-sysv", "procps", "iproute2", "linuxptp", "snmp", cls.package)
+        cls.root.install("systemd", "systemd-sysv", "procps", "iproute2", "linuxptp", "snmp", "snmpd", cls.package)
         cls.root.run("apt-get", "-qy", "purge", "ptpsnmp")  # what it depends on stays: a booted system has no network
 
     @contextlib.contextmanager
@@ -135,11 +136,20 @@ class Service(unittest.TestCase):
             machine.run("dpkg", "-i", f"/root/{self.package.name}")
             try:
                 yield folder, machine
+            except BaseException:
+                print(machine.run("journalctl", "--no-pager", "--boot", "--unit", "ptpsnmpd", "--unit", "snmpd"))
+                raise
             finally:
                 machine.run("dpkg", "--purge", "ptpsnmp")
 
     def property(self, machine, name):
         return machine.run("systemctl", "show", "--property", name, "--value", "ptpsnmpd").strip()
+
+    def override(self, machine, *lines):
+        """What `systemctl edit` does, until the machine ends."""
+        folder = "/run/systemd/system/ptpsnmpd.service.d"
+        machine.run("sh", "-ec", 'mkdir -p "$0"; printf "%s\\n" "$@" > "$0/override.conf"', folder, *lines)
+        machine.run("systemctl", "daemon-reload")
 
     def wait_until_active(self, machine, but_not_pid="0"):
         """The number of the daemon's process, once it told systemd that it is ready."""
@@ -156,8 +166,7 @@ class Service(unittest.TestCase):
             machine.run("ip", "link", "add", "ptp0", "up", "type", "veth", "peer", "name", "ptp1")
             machine.run("ip", "link", "set", "ptp1", "up")
             with machine.process(folder, "ptp4l", "ptp4l", "-m", "-f", "/root/ptp4l.conf", "-i", "ptp0"):
-                name = f"{PTPBASE}.1.2.9.1.5.0.2.1.1"
-                read = ("snmpget", "-v2c", "-c", "public", "-Oqv", "127.0.0.1:1161", name)
+                read = ("snmpget", "-v2c", "-c", "public", "-Oqv", "127.0.0.1:1161", PORT_NAME)
                 wait_for("the port's row", lambda: "ptp0" in machine.run(*read))
 
     def test_it_has_one_capability_and_sees_no_secret(self):
@@ -179,17 +188,38 @@ class Service(unittest.TestCase):
 
     def test_it_comes_back_after_a_crash_and_after_a_hang(self):
         with self.in_service() as (_, machine):
-            machine.run("mkdir", "-p", "/run/systemd/system/ptpsnmpd.service.d")
-            faster = self.root.path / "root" / "watchdog.conf"
-            faster.write_text("[Service]\nWatchdogSec=2\n", encoding="utf-8")
-            machine.run("cp", "/root/watchdog.conf", "/run/systemd/system/ptpsnmpd.service.d/")
-            machine.run("systemctl", "daemon-reload")
+            self.override(machine, "[Service]", "WatchdogSec=2")
             machine.run("systemctl", "restart", "ptpsnmpd")
             first = self.wait_until_active(machine)
             machine.run("kill", "-KILL", first)
             second = self.wait_until_active(machine, but_not_pid=first)
             machine.run("kill", "-STOP", second)
             self.wait_until_active(machine, but_not_pid=second)
+
+    def ask_snmpd(self, machine, oid):
+        return machine.run("snmpget", "-v2c", "-c", "public", "-Oqv", "-t1", "-r0", "127.0.0.1:161", oid).strip()
+
+    def edit(self, machine, path, *replacements):
+        for before, after in replacements:
+            machine.run("sed", "-i", f"s|^{before}|{after}|", path)
+
+    def test_snmpd_serves_the_tables_by_the_module_that_the_drop_in_names(self):
+        with self.in_service() as (_, machine):
+            if not list((self.root.path / "usr" / "lib").glob("*/snmp/dlmod/ptpsnmp.so")):
+                self.skipTest("this package has no module for snmpd")
+            self.edit(machine, f"/{DROP_IN}", ("#dlmod", "dlmod"), ("#ptpSource.*", "ptpSource demo"))
+            machine.run("systemctl", "restart", "snmpd")
+            wait_for("a port's name", lambda: self.ask_snmpd(machine, PORT_NAME) == '"Ethernet1"')
+
+    def test_snmpd_serves_the_tables_over_agentx(self):
+        with self.in_service() as (_, machine):
+            if "--agentx" not in machine.run("ptpsnmpd", "--help"):
+                self.skipTest("this daemon has no --agentx")
+            self.edit(machine, f"/{DROP_IN}", ("#master", "master"))
+            self.edit(machine, f"/{CONFIG}", ("ptpSource.*", "ptpSource demo"))
+            self.override(machine, "[Service]", "ExecStart=", "ExecStart=/usr/sbin/ptpsnmpd --agentx")
+            machine.run("systemctl", "restart", "snmpd", "ptpsnmpd")
+            wait_for("a port's name", lambda: self.ask_snmpd(machine, PORT_NAME) == '"Ethernet1"')
 
     def test_a_purge_stops_it(self):
         with self.in_service() as (_, machine):
