@@ -4,17 +4,24 @@
 #include <optional>
 #include <string>
 
+#include "Directives.h"
 #include "SnmpEngine.h"
+#include "Sources.h"
 
 namespace host {
 
 /// The command line of ptpsnmpd.
 struct Options {
-  std::string source = "demo";
-  std::chrono::milliseconds poll{1000};
+  std::optional<std::string> source;
+  std::optional<std::chrono::milliseconds> poll;
   SnmpEngineOptions engine;
   std::string trace;
+  std::string logLevel;
+  std::string pidFile;
   std::string module;  ///< file of the MIB module
+
+  /// What to follow: the command line outranks the configuration, and that the built-in demo clock.
+  SourceOptions sourceOptions(const Directives& configured) const;
 };
 
 /// Parses the command line; an exit code where the program is to end at once (help, version, a usage error, each

@@ -18,6 +18,7 @@ void init_snmp_mib(void);
 void init_snmpEngine(void);
 void init_sysORTable(void);
 void init_system_mib(void);
+int subagent_startup(int, int, void*, void*);
 }
 
 namespace host {
@@ -50,13 +51,13 @@ int grantLoopbackAccess(int, int, void*, void* builtInAccess) {
   return SNMP_ERR_NOERROR;
 }
 
-void setDefaults() {
+void setDefaults(bool isSubAgent) {
   // Without this the library listens for SMUX peers on TCP port 199.
   char withoutSmux[] = "-smux";
   add_to_init_list(withoutSmux);
   // A parser of MIB files would complain of each module that Debian does not ship; an agent needs none.
   setenv("MIBS", "", 1);
-  netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 0 /* master */);
+  netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, isSubAgent ? 1 : 0);
   netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
   // Nothing is kept between two runs. NETSNMP_DS_LIB_DONT_PERSIST_STATE would keep /etc/snmp from being read, too.
@@ -73,25 +74,35 @@ std::vector<std::string> split(const std::string& list) {
 
 }  // namespace
 
-SnmpEngine::SnmpEngine(const SnmpEngineOptions& options) {
-  setDefaults();
+SnmpEngine::SnmpEngine(const SnmpEngineOptions& options) : isSubAgent_(!options.agentXSocket.empty()) {
+  setDefaults(isSubAgent_);
   snmp_disable_log();
   snmp_enable_calllog();
   snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, logLibraryMessage, nullptr);
-
-  netsnmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, grantLoopbackAccess, &builtInAccess_,
-                            NETSNMP_CALLBACK_HIGHEST_PRIORITY);
-
+  if (!isSubAgent_) {
+    netsnmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, grantLoopbackAccess,
+                              &builtInAccess_, NETSNMP_CALLBACK_HIGHEST_PRIORITY);
+  }
   init_agent(applicationName);
-  init_sysORTable();
-  init_system_mib();
-  init_snmp_mib();
-  init_snmpEngine();
+  if (isSubAgent_) {
+    // It would connect while the configuration is read, and wait for the answer: see AgentXLink.
+    snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, subagent_startup, nullptr, 1);
+  } else {
+    init_sysORTable();
+    init_system_mib();
+    init_snmp_mib();
+    init_snmpEngine();
+  }
+  netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE, applicationName);
+  directives_.emplace();
   if (!options.configFile.empty()) {
     netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG, options.configFile.c_str());
   }
   init_snmp(applicationName);
+  if (!isSubAgent_) configureMaster(options);
+}
 
+void SnmpEngine::configureMaster(const SnmpEngineOptions& options) {
   const char* const configured = netsnmp_ds_get_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS);
   if (!options.listen.empty()) {
     addresses_ = options.listen;
@@ -108,12 +119,16 @@ SnmpEngine::~SnmpEngine() {
   // The library would free what the callback was given.
   snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, grantLoopbackAccess, &builtInAccess_,
                            1);
+  directives_.reset();
   shutdown_master_agent();
   snmp_shutdown(applicationName);
   shutdown_agent();
 }
 
+void SnmpEngine::rereadConfiguration() { update_config(); }
+
 void SnmpEngine::listen() {
+  if (isSubAgent_) return;
   errno = 0;
   if (init_master_agent() != 0) {
     const char* const reason = errno != 0 ? std::strerror(errno) : "no such address";
