@@ -221,6 +221,18 @@ class Service(unittest.TestCase):
             machine.run("systemctl", "restart", "snmpd", "ptpsnmpd")
             wait_for("a port's name", lambda: self.ask_snmpd(machine, PORT_NAME) == '"Ethernet1"')
 
+    def test_it_is_not_started_where_policy_forbids_it(self):
+        with self.in_service() as (_, machine):
+            self.wait_until_active(machine)
+            machine.run("dpkg", "--purge", "ptpsnmp")
+            policy = "/usr/sbin/policy-rc.d"
+            machine.run("sh", "-ec", 'printf "#!/bin/sh\\nexit 101\\n" > "$0"; chmod 755 "$0"', policy)
+            try:
+                machine.run("dpkg", "-i", f"/root/{self.package.name}")
+                self.assertEqual(self.property(machine, "ActiveState"), "inactive")
+            finally:
+                machine.run("rm", policy)
+
     def test_a_purge_stops_it(self):
         with self.in_service() as (_, machine):
             pid = self.wait_until_active(machine)
