@@ -185,6 +185,9 @@ class Process:
         """Signals the program itself, also where another one was started to enter a namespace."""
         self._process.send_signal(number)
 
+    def is_running(self):
+        return self._process.poll() is None
+
     def output(self):
         return self.log.read_text(encoding="utf-8", errors="replace")
 
