@@ -201,7 +201,7 @@ bool ClockPoll::isUnderWay(Question question) const {
 void ClockPoll::passOver(const GetRequest& request) {
   if (++unheeded_[{request.id, request.port}] != unheededIsRefused) return;
   if (complainedOf_.insert(request.id).second) spdlog::info("ptp4l does not answer {}", name(request.id));
-  doWithout({request.id, request.port});
+  store_.forgetReply(request.id, request.port);
 }
 
 // A wrong value is a port that has vanished since the default data set was read. Without a default data set
@@ -213,13 +213,7 @@ void ClockPoll::refuse(const Response& response, std::uint16_t port) {
   if (complainedOf_.insert(response.id).second) {
     spdlog::info("ptp4l has no {} (error {:#06x})", name(response.id), static_cast<unsigned>(*response.error));
   }
-  doWithout({response.id, port});
-}
-
-void ClockPoll::doWithout(Question question) {
-  const auto asks = [&](const GetRequest& request) { return Question(request.id, request.port) == question; };
-  std::erase_if(queue_, asks);
-  store_.forgetReply(question.first, question.second);
+  store_.forgetReply(response.id, port);
 }
 
 }  // namespace host::ptp4l

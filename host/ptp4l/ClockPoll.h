@@ -92,7 +92,6 @@ class ClockPoll {
   void noteTopology(const Response& response);
   void passOver(const GetRequest& request);
   void refuse(const Response& response, std::uint16_t port);
-  void doWithout(Question question);
 
   const Ptp::PortIdentity self_;
   std::uint16_t sequenceId_ = 0;

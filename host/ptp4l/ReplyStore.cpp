@@ -13,8 +13,8 @@ using Change = ReplyStore::Change;
 
 // In units of 2^-16 ns, as the current data set has it; what lies beyond them is the greatest there is.
 Ptp::TimeInterval interval(std::int64_t nanoseconds) {
-  constexpr std::int64_t limit = std::numeric_limits<Ptp::TimeInterval>::max() >> 16;
-  return std::clamp(nanoseconds, -limit, limit) * (1 << 16);
+  using Limits = std::numeric_limits<Ptp::TimeInterval>;
+  return std::clamp(nanoseconds, Limits::min() >> 16, Limits::max() >> 16) * (1 << 16);
 }
 
 template <class Value>
