@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,8 +16,9 @@ namespace host {
 /// The interfaces of this network namespace, followed through the kernel's route netlink.
 class KernelInterfaces {
  public:
-  /// Where netlink fails this is said once, and no interface has an index.
-  explicit KernelInterfaces(EventLoop& loop);
+  /// Calls back, if it is given something to call, whenever an index may be another. Where netlink fails this is said
+  /// once, no interface has an index, and the list is asked for again each second.
+  explicit KernelInterfaces(EventLoop& loop, std::function<void()> changed = {});
   ~KernelInterfaces();
 
   std::optional<std::uint32_t> ifIndex(const std::string& name) const;
@@ -26,13 +28,16 @@ class KernelInterfaces {
     void operator()(nl_cache_mngr* manager) const;
   };
 
-  bool follow();
+  void follow();
+  std::string list();
   void update();
 
   EventLoop& loop_;
+  std::function<void()> changed_;
   std::unique_ptr<nl_cache_mngr, FreeManager> manager_;
   nl_cache* links_ = nullptr;  ///< the manager's
   EventLoop::Handle readable_;
+  EventLoop::Handle retry_;
 };
 
 }  // namespace host

@@ -9,7 +9,7 @@ void MonotonicCounters::Counter::newRun() { earlierRuns_ += std::exchange(thisRu
 std::uint64_t MonotonicCounters::Counter::shown(std::uint64_t count) {
   if (count < thisRun_) newRun();
   thisRun_ = count;
-  return earlierRuns_ + thisRun_;
+  return shown();
 }
 
 void MonotonicCounters::Record::newRun() {
@@ -24,14 +24,23 @@ void MonotonicCounters::Record::apply(Ptp::PacketCounters& counters) {
 
 void MonotonicCounters::newRun() {
   clock_.newRun();
-  for (auto& [key, record] : ports_) record.newRun();
+  for (auto& [number, record] : ports_) record.newRun();
 }
 
 void MonotonicCounters::apply(StatusSnapshot& snapshot) {
   if (snapshot.mibData) clock_.apply(snapshot.mibData->counters);
   for (auto& [key, port] : snapshot.ports) {
-    if (port.counters) ports_[key].apply(*port.counters);
+    if (port.counters) ports_[port.values.portIdentity.portNumber.value()].apply(*port.counters);
   }
+}
+
+Ptp::PacketCounters MonotonicCounters::sumOfPorts() const {
+  Ptp::PacketCounters sum;
+  for (const auto& [number, record] : ports_) {
+    sum.packetsSent += record.sent.shown();
+    sum.packetsReceived += record.received.shown();
+  }
+  return sum;
 }
 
 }  // namespace host

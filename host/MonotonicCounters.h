@@ -11,8 +11,8 @@ namespace host {
 /// of a 64-bit counter for a wrap and sees an absurd rate. What a new run counts is added to what was shown
 /// before it.
 ///
-/// It remembers every port that it has seen, also those that are gone and may come back: some 100 bytes for
-/// each.
+/// A port is its number, by which rows are known, whatever clock it belongs to. Each that was seen is remembered,
+/// also those that are gone and may come back.
 class MonotonicCounters {
  public:
   /// From now on the counts are those of another run, which began at 0.
@@ -22,12 +22,17 @@ class MonotonicCounters {
   /// new run.
   void apply(StatusSnapshot& snapshot);
 
+  /// The sums of what was last shown of each port, also of those that are gone: what a clock has counted that does
+  /// not count by itself.
+  Ptp::PacketCounters sumOfPorts() const;
+
  private:
   class Counter {
    public:
     void newRun();
     /// Modulo 2^64, as any 64-bit counter.
     std::uint64_t shown(std::uint64_t count);
+    std::uint64_t shown() const { return earlierRuns_ + thisRun_; }
 
    private:
     std::uint64_t earlierRuns_ = 0;
@@ -43,7 +48,7 @@ class MonotonicCounters {
   };
 
   Record clock_;
-  std::map<Ptp::PortDSKey, Record> ports_;
+  std::map<std::uint16_t, Record> ports_;
 };
 
 }  // namespace host

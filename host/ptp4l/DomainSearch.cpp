@@ -1,6 +1,13 @@
 #include "DomainSearch.h"
 
+#include <algorithm>
+
 namespace host::ptp4l {
+
+namespace {
+constexpr unsigned domainNumbers = 256;
+constexpr unsigned marks = 2;
+}  // namespace
 
 std::vector<Domain> DomainSearch::round() {
   std::vector<Domain> domains{known_};
@@ -15,10 +22,14 @@ void DomainSearch::found(Domain domain) noexcept {
   position_ = 0;
 }
 
+// The domains of a round follow each other, so that the first to be given back is where the search goes on.
+void DomainSearch::giveBack(const std::vector<Domain>& domains) noexcept {
+  const auto first = std::find_if(domains.begin(), domains.end(), [this](Domain domain) { return domain != known_; });
+  if (first != domains.end()) position_ = first->domainNumber * marks + first->transportSpecific;
+}
+
 Domain DomainSearch::next() noexcept {
-  constexpr unsigned domains = 256;
-  constexpr unsigned marks = 2;
-  const unsigned position = position_++ % (domains * marks);
+  const unsigned position = position_++ % (domainNumbers * marks);
   return {.domainNumber = static_cast<std::uint8_t>(position / marks),
           .transportSpecific = static_cast<std::uint8_t>(position % marks)};
 }

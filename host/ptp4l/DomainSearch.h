@@ -21,6 +21,8 @@ class DomainSearch {
   /// both as IEEE 1588 marks it and as IEEE 802.1AS does.
   std::vector<Domain> round();
   void found(Domain domain) noexcept;
+  /// These were part of the last round and were not tried: they come first in the next one.
+  void giveBack(const std::vector<Domain>& domains) noexcept;
 
  private:
   Domain next() noexcept;

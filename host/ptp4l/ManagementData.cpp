@@ -9,6 +9,8 @@ namespace {
 
 using Data = std::span<const std::uint8_t>;
 
+constexpr std::size_t longestName = 64;  // RFC 8173, ptpbaseClockPortName
+
 template <class Values>
 std::optional<Values> wholeOrNothing(const ByteReader& reader, Values values) {
   if (!reader.ok()) return {};
@@ -101,6 +103,7 @@ std::optional<Ptp::PortDSValues> decodePortDataSet(Data data) {
   values.logSyncInterval = readLogInterval(reader);
   values.delayMechanism = Ptp::DelayMechanism{reader.u8()};
   values.logMinPdelayReqInterval = readLogInterval(reader);
+  if (values.portState < Ptp::PortState::initializing || values.portState > Ptp::PortState::slave) return {};
   return wholeOrNothing(reader, values);
 }
 
@@ -128,8 +131,10 @@ std::optional<std::string> decodePortProperties(Data data) {
   ByteReader reader(data);
   readPortIdentity(reader);
   reader.skip(1 + 1);  // port state, time stamping
-  const auto name = reader.bytes(reader.u8());
-  return wholeOrNothing(reader, std::string(name.begin(), name.end()));
+  const auto bytes = reader.bytes(reader.u8());
+  const std::string name(bytes.begin(), bytes.end());
+  const bool shown = name.size() <= longestName && name.find('\0') == std::string::npos;
+  return wholeOrNothing(reader, shown ? name : std::string());
 }
 
 // Two arrays of one counter per message type, which the header's four bits number.

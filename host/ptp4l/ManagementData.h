@@ -46,11 +46,11 @@ std::optional<Ptp::CurrentDSValues> decodeCurrentDataSet(std::span<const std::ui
 std::optional<Ptp::ParentDSValues> decodeParentDataSet(std::span<const std::uint8_t> data);
 /// IEEE 1588-2008, 15.5.3.6.1.
 std::optional<Ptp::TimePropertiesDSValues> decodeTimePropertiesDataSet(std::span<const std::uint8_t> data);
-/// IEEE 1588-2008, 15.5.3.7.1; the other values are not part of it.
+/// IEEE 1588-2008, 15.5.3.7.1; the other values are not part of it. Nothing, too, for a state that is none.
 std::optional<Ptp::PortDSValues> decodePortDataSet(std::span<const std::uint8_t> data);
 std::optional<ClockDescription> decodeClockDescription(std::span<const std::uint8_t> data);
 std::optional<TimeStatus> decodeTimeStatus(std::span<const std::uint8_t> data);
-/// The port's interface name. It may be empty.
+/// The port's interface name; empty where it is none that can be shown: more than 64 bytes, or with a NUL.
 std::optional<std::string> decodePortProperties(std::span<const std::uint8_t> data);
 /// The sums over all message types.
 std::optional<Ptp::PacketCounters> decodePortStats(std::span<const std::uint8_t> data);

@@ -26,6 +26,9 @@ class ByteWriter {
     u8(static_cast<std::uint8_t>(value >> 8));
     u8(static_cast<std::uint8_t>(value));
   }
+  void u64(std::uint64_t value) {
+    for (int shift = 56; shift >= 0; shift -= 8) u8(static_cast<std::uint8_t>(value >> shift));
+  }
   void fill(std::size_t count, std::uint8_t value) {
     while (count-- > 0) u8(value);
   }
@@ -38,7 +41,7 @@ class ByteWriter {
 
 struct Head {
   Domain domain;
-  std::uint16_t senderNumber;
+  Ptp::PortIdentity sender;
   std::uint16_t sequenceId;
   std::uint16_t port;
   std::uint8_t action;
@@ -56,8 +59,8 @@ ByteWriter<Size> begin(const Head& head) {
   out.u8(0);   // reserved
   out.u16(0);  // flags
   out.fill(correctionAndReserved, 0);
-  out.fill(clockIdentitySize, 0);  // sourcePortIdentity: a client is no clock
-  out.u16(head.senderNumber);
+  out.u64(head.sender.clockIdentity.id.value());
+  out.u16(head.sender.portNumber.value());
   out.u16(head.sequenceId);
   out.u8(managementControl);
   out.u8(logMessageIntervalUnused);
@@ -111,7 +114,7 @@ std::string_view name(ManagementId id) {
 // The data field stays empty: a GET asks for data and has none, and clocks read it so.
 std::array<std::uint8_t, getRequestSize> encode(const GetRequest& request) {
   return begin<getRequestSize>({.domain = request.domain,
-                                .senderNumber = request.senderNumber,
+                                .sender = request.sender,
                                 .sequenceId = request.sequenceId,
                                 .port = request.port,
                                 .action = actionGet,
@@ -122,7 +125,7 @@ std::array<std::uint8_t, getRequestSize> encode(const GetRequest& request) {
 // The only SET: it makes an entry in ptp4l's list of clients. Of the 512 bits of its mask the first 8 are enough.
 std::array<std::uint8_t, subscriptionSize> encode(const Subscription& subscription) {
   auto out = begin<subscriptionSize>({.domain = subscription.domain,
-                                      .senderNumber = subscription.senderNumber,
+                                      .sender = subscription.sender,
                                       .sequenceId = subscription.sequenceId,
                                       .port = allPorts,
                                       .action = actionSet,
@@ -153,7 +156,7 @@ std::optional<Response> parseResponse(std::span<const std::uint8_t> datagram) {
   response.source = readPortIdentity(message);
   response.sequenceId = message.u16();
   message.skip(1 + 1);  // control, logMessageInterval
-  response.targetNumber = readPortIdentity(message).portNumber.value();
+  response.target = readPortIdentity(message);
   message.skip(1 + 1);  // both boundary hops
   const std::uint8_t action = message.u8() & 0xf;
   message.skip(1);

@@ -47,9 +47,9 @@ inline constexpr std::uint16_t allPorts = 0xffff;
 struct GetRequest {
   ManagementId id = ManagementId::defaultDataSet;
   Domain domain;
-  std::uint16_t port = allPorts;   ///< of whichever clock reads the message
-  std::uint16_t sequenceId = 0;    ///< comes back in the response
-  std::uint16_t senderNumber = 0;  ///< comes back as the target's port number
+  std::uint16_t port = allPorts;  ///< of whichever clock reads the message
+  std::uint16_t sequenceId = 0;   ///< comes back in the response
+  Ptp::PortIdentity sender;       ///< comes back as the target
 };
 
 inline constexpr std::size_t getRequestSize = 54;
@@ -63,13 +63,14 @@ inline constexpr std::uint8_t timeSync = 1 << 1;
 inline constexpr std::uint8_t parentDataSet = 1 << 2;
 }  // namespace Events
 
-/// Asks ptp4l to report events to this client for some time. It replaces the client's subscription before.
+/// Asks ptp4l to report events to this client for some time. It replaces the subscription before of the same sender,
+/// at whichever socket that one is: ptp4l knows its clients by this identity alone.
 struct Subscription {
   std::uint8_t events = 0;
   std::uint16_t seconds = 0;
   Domain domain;
   std::uint16_t sequenceId = 0;
-  std::uint16_t senderNumber = 0;
+  Ptp::PortIdentity sender;
 };
 
 inline constexpr std::size_t subscriptionSize = getRequestSize + 2 + 64;
@@ -79,7 +80,7 @@ struct Response {
   Domain domain;
   Ptp::PortIdentity source;
   std::uint16_t sequenceId = 0;
-  std::uint16_t targetNumber = 0;
+  Ptp::PortIdentity target;
   ManagementId id = ManagementId::defaultDataSet;
   std::optional<ManagementError> error;
   std::span<const std::uint8_t> data;  ///< within the datagram; empty where there is an error

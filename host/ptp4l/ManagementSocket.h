@@ -1,65 +1,59 @@
 #pragma once
 
-#include <sys/types.h>
 #include <sys/un.h>
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <system_error>
 
+#include "FileIdentity.h"
+#include "ManagementMessage.h"
+#include "PrivateSocket.h"
+
 namespace host::ptp4l {
 
-struct Datagram {
-  std::span<const std::uint8_t> bytes;  ///< valid until the next one is received
-  pid_t sender = 0;                     ///< the kernel's word for it; 0 for a process that cannot be seen from here
-};
-
-/// A Unix datagram socket to a PTP service, and to nobody else: the kernel refuses what other processes send.
-/// Its own end lies in a private directory, so that only root and this user can see it; the directory goes with
-/// the socket, and what a crash left of an earlier one is swept away. No call blocks.
+/// A Unix datagram socket to a PTP service, and to nobody else: the kernel refuses what other processes send. It sends
+/// GETs and subscriptions, and nothing that changes a clock. No call blocks.
 class ManagementSocket {
  public:
-  /// Throws std::system_error where no directory can be made or `servicePath` is no socket address.
+  /// Throws std::system_error where no directory permits a socket or `servicePath` is no socket address.
   explicit ManagementSocket(const std::string& servicePath);
-  ManagementSocket(const ManagementSocket&) = delete;
-  ManagementSocket& operator=(const ManagementSocket&) = delete;
-  ~ManagementSocket();
 
-  int fd() const noexcept { return fd_; }
+  int fd() const noexcept { return own_->fd(); }
+
+  /// Connects to the service at the path, where that is not done or another one has taken the path since. Whether it
+  /// is another one than was connected to before: the service was started anew. Only this call connects, so that what
+  /// is sent between two of them goes to one service.
+  bool followService();
 
   /// The service need not be there: no_such_file_or_directory and connection_refused say that it is not,
-  /// resource_unavailable_try_again that its queue (10 datagrams by default) is full. A service that has come
-  /// since is found by the next call.
-  std::error_code send(std::span<const std::uint8_t> datagram);
+  /// resource_unavailable_try_again that its queue (10 datagrams by default) is full. After any other error nothing is
+  /// sent until followService() connects again.
+  std::error_code send(const GetRequest& request) { return sendBytes(encode(request)); }
+  std::error_code send(const Subscription& subscription) { return sendBytes(encode(subscription)); }
 
-  /// The next datagram; nothing where none is waiting. One that is larger than a PTP message can be comes cut.
-  std::optional<Datagram> receive();
+  /// The next datagram; nothing where none is waiting. One that is larger than a PTP message can be comes cut. It is
+  /// valid until the next one is received.
+  std::optional<std::span<const std::uint8_t>> receive();
 
-  /// Whether another file has taken the path since the last call: the service was started anew. What is sent
-  /// from now on goes to the new one.
-  bool serviceReplaced();
+  /// Whether the service can answer: somebody may have removed the socket's own file.
+  bool answerable() const { return own_->inPlace(); }
+  /// Makes its own end anew, under another path and descriptor. The service stays known. REQUIRES that nothing waits
+  /// for the descriptor. Throws std::system_error as the constructor does; nothing has changed then.
+  void reopen();
 
  private:
-  struct File {
-    std::uint32_t deviceMajor, deviceMinor;
-    std::uint64_t inode;
-    std::int64_t bornSeconds;
-    std::uint32_t bornNanoseconds;
-
-    friend bool operator==(const File&, const File&) = default;
-  };
-
-  std::error_code connectToService();
+  std::error_code connectToService(const std::optional<FileIdentity>& file);
+  std::error_code sendBytes(std::span<const std::uint8_t> datagram);
 
   sockaddr_un service_;
-  std::string directory_;
-  std::string path_;
-  int fd_ = -1;
-  bool connected_ = false;
-  std::optional<File> serviceFile_;
+  std::unique_ptr<PrivateSocket> own_;
+  std::error_code disconnected_ = std::make_error_code(std::errc::not_connected);  ///< why; none while connected
+  std::optional<FileIdentity> serviceFile_;  ///< of the service that was connected to last
   std::array<std::uint8_t, 1500> buffer_;
 };
 

@@ -1,17 +1,26 @@
 #include "NetworkNamespace.h"
 
-#include <sys/stat.h>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
 
-#include <string>
+#include "FileIdentity.h"
 
 namespace host::ptp4l {
 
-std::optional<bool> sharesNetworkNamespace(pid_t process) {
-  struct stat own {
-  }, other{};
-  const std::string path = "/proc/" + std::to_string(process) + "/ns/net";
-  if (process <= 0 || stat("/proc/self/ns/net", &own) != 0 || stat(path.c_str(), &other) != 0) return {};
-  return own.st_dev == other.st_dev && own.st_ino == other.st_ino;
+// The kernel lists the sockets of one namespace, with the paths as they were bound: /var/run is /run, so that files
+// are compared and not their names.
+bool isSocketOfThisNetworkNamespace(const std::string& path) {
+  std::error_code error;
+  const std::string end = "/" + std::filesystem::canonical(path, error).filename().string();
+  const auto file = fileAt(path);
+  if (error || !file) return false;
+  std::ifstream sockets("/proc/self/net/unix");
+  for (std::string line; std::getline(sockets, line);) {
+    const std::size_t bound = line.find(" /");
+    if (bound != std::string::npos && line.ends_with(end) && fileAt(line.substr(bound + 1)) == file) return true;
+  }
+  return false;
 }
 
 }  // namespace host::ptp4l

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <sys/types.h>
-
-#include <optional>
+#include <string>
 
 namespace host::ptp4l {
 
-/// Whether a process sees the same network interfaces as this one. Nothing where that cannot be found out: it is
-/// another user's, or cannot be seen from here.
-std::optional<bool> sharesNetworkNamespace(pid_t process);
+/// Whether the socket at a path was made in the network namespace of this process, so that whoever made it sees the
+/// same interfaces. False, too, where that cannot be found out. Needs no privilege, as a look at the process would.
+bool isSocketOfThisNetworkNamespace(const std::string& path);
 
 }  // namespace host::ptp4l

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <cstddef>
 #include <optional>
@@ -22,8 +20,10 @@ namespace host::ptp4l {
 /// The status of a live ptp4l, followed through its management socket: what changes is reported by ptp4l as it
 /// happens, and everything is asked for once in a period.
 ///
-/// A poll that gets no answer for a period is given up and changes nothing. Three of them in a row, and the
-/// service counts as gone: the sink gets an empty snapshot, and every further poll looks for the service again.
+/// A poll that gets no answer for a period, or none but the first, or takes too long for what it asks, is given up and
+/// changes nothing. Three of them in a row, and the service counts as gone: the sink gets an empty snapshot, and every
+/// further poll looks for the service again. The sink gets an empty one, too, in place of one that it refuses. Of a
+/// service or clock that is new, nothing is shown until a poll was answered in full.
 class Ptp4lSource final : public Source {
  public:
   Ptp4lSource(EventLoop& loop, std::string socketPath, std::chrono::milliseconds poll = std::chrono::seconds(1),
@@ -35,16 +35,20 @@ class Ptp4lSource final : public Source {
   enum class Service { unknown, answering, gone };
 
   void poll();
+  void pollSoon();
   void periodEnded();
+  std::chrono::milliseconds longestPoll() const;
+  void reopenSocket();
   void sendRequests();
   void receiveResponses();
-  void take(const Response& response, pid_t sender);
+  void take(const Response& response);
   void askForPorts();
+  void askForClock();
   void subscribe();
+  void otherClockAnswers();
   void pollAnswered();
   void pollUnanswered(const std::string& reason);
-  void followNetworkNamespaceOf(pid_t sender);
-  void deliver();
+  void deliverWhole();
   void deliver(const StatusSnapshot& snapshot);
   void warnOnce(const std::string& message);
 
@@ -55,19 +59,20 @@ class Ptp4lSource final : public Source {
   SnapshotSink sink_;
 
   Service service_ = Service::unknown;
-  bool searching_ = true;  ///< the clock's domain is not known, or may be another now
+  bool searching_ = true;  ///< no poll was answered in full yet, or another service or clock has come since
   bool polling_ = false;   ///< a poll is neither answered nor given up
-  bool hearing_ = false;   ///< something was answered since the last period began
+  bool changed_ = false;   ///< since the last delivery, and to be shown at the end of this turn
+  bool hearing_ = false;   ///< more than the first question was answered since the last period began
   int unansweredPolls_ = 0;
   std::error_code sendError_;  ///< of the current poll
+  std::chrono::steady_clock::time_point pollBegan_;
   DomainSearch domains_;
   ClockPoll clock_;
   MonotonicCounters counters_;
   std::optional<StatusSnapshot> delivered_;
   std::set<std::string> warnings_;
 
-  pid_t servicePid_ = 0;
-  bool sameInterfaces_ = true;  ///< the service's interfaces are those of this process
+  bool sameInterfaces_ = false;  ///< the service's interfaces are those of this process
   KernelInterfaces interfaces_;
   std::optional<ManagementSocket> socket_;
   EventLoop::Handle readable_;  ///< refers to the socket, as do polls

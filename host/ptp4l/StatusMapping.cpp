@@ -64,10 +64,6 @@ StatusSnapshot statusOf(const ClockReplies& replies, const IfIndexLookup& ifInde
   MibDataSnapshot& mibData = status.mibData.emplace();
   mibData.domainClockPortsTotal = replies.defaultDS->numberPorts.value();
   for (const auto& [number, port] : replies.ports) {
-    if (port.counters) {
-      mibData.counters.packetsSent += port.counters->packetsSent;
-      mibData.counters.packetsReceived += port.counters->packetsReceived;
-    }
     if (!port.dataSet) continue;
     const std::string interface = port.interface.value_or("");
     if (const auto index = ifIndex(interface)) status.interfaces[interface] = *index;

@@ -31,7 +31,8 @@ struct ClockReplies {
 using IfIndexLookup = std::function<std::optional<std::uint32_t>(const std::string& interface)>;
 
 /// The status that the replies amount to. A missing reply costs what is derived from it and nothing else,
-/// except that without a default data set there is no clock, and without its port data set no port.
+/// except that without a default data set there is no clock, and without its port data set no port. The clock's own
+/// counters stay at 0: they must outlive the ports that they are the sums of.
 StatusSnapshot statusOf(const ClockReplies& replies, const IfIndexLookup& ifIndex);
 
 }  // namespace host::ptp4l

@@ -15,6 +15,8 @@ Each line of the script is a JSON object, applied when it is read; the service g
     {"refuse": [49157]}                 ids that are answered with an error
     {"cut": 60}                         answers end after so many bytes; null for whole ones
     {"length": 9}                       the TLV claims so many bytes; null for the truth
+    {"short": 5}                        the TLV has so many bytes of data, and says so; null for all
+    {"packets": 100}                    each of a port's 32 counters, from now on; null for ever more
     {"garbage": 20}                     so many datagrams of noise before each answer
     {"repeat": 3}                       each answer is sent so often
     {"flood": 1000}                     so many valid answers that nobody asked for, at once
@@ -42,10 +44,10 @@ class Service:
         self.clock_type, self.protocol = 0x8000, 3
         self.states = {}
         self.identity = bytes.fromhex("020000fffe000b01")
-        self.silent, self.refuse, self.cut, self.length = False, [], None, None
+        self.silent, self.refuse, self.cut, self.length, self.short = False, [], None, None, None
         self.garbage, self.repeat = 0, 1
-        self.subscriber, self.subscription, self.events = None, None, 0
-        self.packets = 0
+        self.subscribers, self.events = {}, 0  # a request and its client, by the client's identity
+        self.packets, self.counted = None, 0
         self.last = None
         self.random = random.Random(1)
         self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
@@ -53,7 +55,7 @@ class Service:
 
     def apply(self, change):
         known = {"ports", "domain", "transportSpecific", "clockType", "protocol", "states", "identity", "silent",
-                 "refuse", "cut", "length", "garbage", "repeat", "flood"}
+                 "refuse", "cut", "length", "short", "packets", "garbage", "repeat", "flood"}
         if unknown := set(change) - known:
             raise ValueError(f"unknown: {unknown}")
         names = {"transportSpecific": "transport_specific", "clockType": "clock_type"}
@@ -77,7 +79,7 @@ class Service:
         if request[4] != self.domain or request[0] >> 4 != self.transport_specific:
             return
         if request[46] & 15 == SET:
-            self.subscriber, self.subscription = client, request
+            self.subscribers[request[20:30]] = request, client
         for _ in range(self.garbage):
             self.send(bytes(self.random.randrange(256) for _ in range(self.random.randrange(200))), client)
         answer = self.answer(request)
@@ -92,14 +94,13 @@ class Service:
             pass  # the client has gone
 
     def report(self, port):
-        if self.subscriber is None:
-            return
-        request = bytearray(self.subscription)
-        self.events += 1
-        struct.pack_into(">H", request, 30, self.events & 0xffff)
-        struct.pack_into(">H", request, 42, port)
-        struct.pack_into(">H", request, 52, 0x2004)
-        self.send(self.answer(bytes(request)), self.subscriber)
+        for subscription, client in self.subscribers.values():
+            request = bytearray(subscription)
+            self.events += 1
+            struct.pack_into(">H", request, 30, self.events & 0xffff)
+            struct.pack_into(">H", request, 42, port)
+            struct.pack_into(">H", request, 52, 0x2004)
+            self.send(self.answer(bytes(request)), client)
 
     def answer(self, request):
         port, = struct.unpack_from(">H", request, 42)
@@ -110,12 +111,13 @@ class Service:
         if isinstance(data, int):
             tlv = struct.pack(">HHHHI", ERROR_TLV, 8, data, message_id, 0)
         else:
+            data = data[:self.short]
             tlv = struct.pack(">HHH", MANAGEMENT_TLV, 2 + len(data) if self.length is None else self.length, message_id)
             tlv += data
         message = bytearray(request[:48]) + tlv
         struct.pack_into(">H", message, 2, len(message))
         message[20:30] = self.identity + struct.pack(">H", 0 if port == 0xffff else port)
-        message[34:44] = bytes(8) + request[28:30]
+        message[34:44] = request[20:30]
         message[46] = RESPONSE
         return bytes(message)
 
@@ -147,8 +149,8 @@ class Service:
                 name = f"eth{port}".encode()
                 return port_identity + struct.pack(">BBB", self.states.get(port, 6), 1, len(name)) + name
             case 0xc005:
-                self.packets += 1
-                return port_identity + struct.pack("<32Q", *([self.packets] * 32))
+                self.counted = self.counted + 1 if self.packets is None else self.packets
+                return port_identity + struct.pack("<32Q", *([self.counted] * 32))
         return NO_SUCH_ID
 
 

@@ -131,6 +131,31 @@ class BesideAFakeService(unittest.TestCase):
             self.service.tell(cut=None)
             wait_for("all rows", lambda: self.resting() == whole)
 
+    def test_data_that_end_too_soon_show_nothing_and_harm_nothing(self):
+        whole = self.resting()
+        for short in (0, 1, 5, 18):
+            self.service.tell(short=short)
+            wait_for(f"no rows with {short} bytes", lambda: not self.walk())
+            self.service.tell(short=None)
+            wait_for("all rows", lambda: self.resting() == whole)
+
+    def test_the_clock_has_counted_what_its_ports_have_counted_whichever_came_and_went(self):
+        self.service.tell(ports=1, packets=1 << 40)  # more than was counted before
+        ports = f"{TABLES}.7.1.5"
+        for count in (1, 2, 1, 2):
+            self.service.tell(ports=count)
+            wait_for(f"{count} ports", lambda: len(self.daemon.snmp.walk(ports)) == count)
+        self.assertEqual(self.clock_counters(), [2 * 16 << 40] * 2)
+        self.service.tell(identity="0a0b0cfffe0d0e0f")
+        wait_for("another run", lambda: self.clock_counters() == [2 * 2 * 16 << 40] * 2)
+        self.service.tell(refuse=[PORT_STATS])
+        self.restart()
+        wait_for("rows", self.walk)
+        self.assertEqual(self.clock_counters(), [2 * 2 * 16 << 40] * 2)
+
+    def clock_counters(self):
+        return list(self.daemon.snmp.get(f"{TABLES}.4.1.5.0.2.1", f"{TABLES}.4.1.6.0.2.1").values())
+
     def test_lengths_are_not_believed(self):
         whole = self.resting()
         for length in (0, 1, 2, 3, 1000, 65535):
@@ -151,8 +176,8 @@ class BesideAFakeService(unittest.TestCase):
 
     def test_a_flood_from_the_service_does_not_keep_requests_waiting(self):
         whole = self.resting()
-        for _ in range(20):  # each shorter than what counts as gone, since meanwhile it answers nothing
-            self.service.tell(flood=5000)
+        for _ in range(50):  # each shorter than what counts as gone, since meanwhile it answers nothing
+            self.service.tell(flood=1000)
             self.assertEqual(self.resting(), whole)
 
     def test_a_reported_state_is_shown(self):

@@ -189,6 +189,9 @@ class Process:
     def process_id(self):
         return self._process.pid
 
+    def is_running(self):
+        return self._process.poll() is None
+
     def output(self):
         return self.log.read_text(encoding="utf-8", errors="replace")
 

@@ -5,7 +5,9 @@ usage: PTPSNMPD=/path/to/ptpsnmpd ptp4l_test.py [unittest options]
 """
 
 import contextlib
+import os
 import signal
+import subprocess
 import unittest
 from pathlib import Path
 
@@ -104,7 +106,7 @@ class Live(unittest.TestCase):
         before = self.counters(agent)
         wait_for("no rows", lambda: agent.snmp.walk(PTPBASE) == {})
         service.signal(signal.SIGCONT)
-        self.rows(agent)
+        wait_for("rows, after a poll or two", lambda: agent.snmp.walk(TABLES), seconds=5)
         for now, then in zip(self.counters(agent), before):
             self.assertLess(now, 2 * then + 1000, "not counted twice")
             self.assertGreaterEqual(now, then)
@@ -134,6 +136,26 @@ class Live(unittest.TestCase):
         wait_for("the state", lambda: agent.snmp.get(STATE)[STATE] in (SLAVE, SLAVE - 1))
         wait_for("steps", lambda: agent.snmp.get(STEPS_REMOVED)[STEPS_REMOVED] == 1)
 
+    def test_a_restart_in_another_domain_is_found(self):
+        first = self.start(self.slave, self.slaves)
+        agent = self.enter(self.slave.agent())
+        self.rows(agent)
+        first.stop()
+        self.slave.domain = 5
+        self.start(self.slave, self.slaves.replace("[global]", "[global]\ndomainNumber 5"))
+        wait_for("its rows", lambda: f"{TABLES}.{DEFAULT}.1.5.5.2.1" in agent.snmp.walk(TABLES))
+        wait_until_equal(self.slave, agent.snmp, "another domain")
+
+    def test_a_socket_that_another_service_takes_over_shows_that_one_while_the_first_lives_on(self):
+        first = self.start(self.slave, self.slaves)
+        agent = self.enter(self.slave.agent())
+        self.rows(agent)
+        Path(self.slave.socket).rename(f"{self.slave.socket}.old")
+        other = "0a0b0c.fffe.0d0e0f"
+        self.start(self.slave, configuration(self.ends[1], network_transport="L2", clockIdentity=other))
+        wait_for("the other identity", lambda: agent.snmp.get(IDENTITY).get(IDENTITY) == identity(other))
+        self.assertTrue(first.is_running())
+
     def test_an_interface_of_another_namespace_has_no_index(self):
         self.start(self.slave, self.slaves)
         agent = self.enter(Agent(self.slave, self.master.namespace, (), "elsewhere"))
@@ -142,10 +164,33 @@ class Live(unittest.TestCase):
         wait_for("an answer", lambda: agent.snmp.get(IF_INDEX) == {IF_INDEX: 0})
         agent.stop()
 
+    def test_another_user_tells_the_namespaces_apart_as_well(self):
+        self.start(self.slave, self.slaves)
+        self.master.namespace.add_interfaces(self.ends[1])
+        nobody = self.as_nobody()
+        elsewhere = self.enter(Agent(self.slave, self.master.namespace, (), "elsewhere", nobody))
+        agent = self.enter(self.slave.agent(before=nobody))
+        for agent, index in ((agent, self.slave.namespace.if_index(self.ends[1])), (elsewhere, 0)):
+            self.rows(agent)
+            self.assertEqual(agent.snmp.get(IF_INDEX), {IF_INDEX: index})
+            self.assertEqual(agent.stop(), 0)
+
+    def as_nobody(self):
+        """What starts the daemon as a user without any right, who may use the socket."""
+        user = ("setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups")
+        runtime = Path(self.folder) / "runtime"
+        runtime.mkdir()
+        os.chown(runtime, 65534, 65534)
+        os.chmod(self.folder, 0o711)
+        os.chmod(self.slave.socket, 0o666)
+        if subprocess.run([*user, os.environ["PTPSNMPD"], "--version"], capture_output=True).returncode != 0:
+            self.skipTest("another user cannot run the daemon here")
+        return "env", f"RUNTIME_DIRECTORY={runtime}", *user
+
     def test_an_interface_that_is_renamed_or_replaced_keeps_or_changes_its_index(self):
         self.slave.namespace.add_interfaces("moving")
         self.start(self.slave, configuration("moving", network_transport="L2"))
-        agent = self.enter(self.slave.agent())
+        agent = self.enter(self.slave.agent("--poll", "3600000"))
         self.rows(agent)
         index = self.slave.namespace.if_index("moving")
         wait_for("its index", lambda: agent.snmp.get(IF_INDEX)[IF_INDEX] == index)

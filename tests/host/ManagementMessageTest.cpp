@@ -10,8 +10,10 @@ namespace {
 
 using test::Bytes;
 
+const Ptp::PortIdentity self("0a0b0c.0d0e.0f1011-77");
+
 Bytes request(ManagementId id, std::uint16_t port = allPorts) {
-  const auto bytes = encode({.id = id, .domain = {}, .port = port, .sequenceId = 0x1234, .senderNumber = 77});
+  const auto bytes = encode({.id = id, .domain = {}, .port = port, .sequenceId = 0x1234, .sender = self});
   return {bytes.begin(), bytes.end()};
 }
 
@@ -22,12 +24,12 @@ TEST(ManagementMessage, ARequestIsAGetToAllClocksThatStaysOnThisHost) {
                              .domain = {.domainNumber = 24, .transportSpecific = 1},
                              .port = 3,
                              .sequenceId = 0x1234,
-                             .senderNumber = 77});
+                             .sender = self});
   EXPECT_EQ(Bytes(bytes.begin(), bytes.end()), test::fromHex("1d020036"
                                                              "18000000"
                                                              "0000000000000000"
                                                              "00000000"
-                                                             "0000000000000000004d"
+                                                             "0a0b0c0d0e0f1011004d"
                                                              "1234"
                                                              "047f"
                                                              "ffffffffffffffff0003"
@@ -45,7 +47,7 @@ TEST(ManagementMessage, AResponseIsReadAsItWasWritten) {
   EXPECT_EQ(response->domain, (Domain{.domainNumber = 24, .transportSpecific = 1}));
   EXPECT_EQ(response->source.stringValue(), "020000.fffe.000b01-1");
   EXPECT_EQ(response->sequenceId, 0x1234);
-  EXPECT_EQ(response->targetNumber, 77);
+  EXPECT_EQ(response->target.stringValue(), self.stringValue());
   EXPECT_EQ(response->id, ManagementId::portDataSet);
   EXPECT_FALSE(response->error);
   EXPECT_EQ(Bytes(response->data.begin(), response->data.end()), test::portDataSet);
@@ -192,6 +194,28 @@ TEST(ManagementData, DataThatIsTooShortYieldsNothing) {
   expectAllOrNothing(decodePortProperties, test::portProperties, 17);
   expectAllOrNothing(decodePortStats, test::portStats(), 266);
   expectAllOrNothing(decodeClockDescription, test::clockDescription, 23);
+}
+
+TEST(ManagementData, AnInterfaceNameThatCannotBeShownIsEmpty) {
+  const auto named = [](std::size_t length, std::uint8_t character) {
+    Bytes properties = test::portProperties;
+    properties.resize(12);
+    properties.push_back(static_cast<std::uint8_t>(length));
+    properties.resize(13 + length, character);
+    return decodePortProperties(properties);
+  };
+  EXPECT_EQ(named(64, 'x'), std::string(64, 'x'));
+  EXPECT_EQ(named(65, 'x'), "");
+  EXPECT_EQ(named(255, 'x'), "");
+  EXPECT_EQ(named(4, 0), "");
+}
+
+TEST(ManagementData, APortStateThatIsNoneYieldsNothing) {
+  for (int state = 0; state <= 0xff; ++state) {
+    Bytes data = test::portDataSet;
+    data[10] = static_cast<std::uint8_t>(state);
+    EXPECT_EQ(decodePortDataSet(data).has_value(), state >= 1 && state <= 9) << state;
+  }
 }
 
 TEST(ManagementData, TextLengthsThatLieYieldNothing) {

@@ -8,8 +8,8 @@
 namespace host {
 namespace {
 
-const Ptp::PortDSKey first("001122.fffe.334455-1");
-const Ptp::PortDSKey second("001122.fffe.334455-2");
+const Ptp::PortIdentity first("001122.fffe.334455-1");
+const Ptp::PortIdentity second("001122.fffe.334455-2");
 
 StatusSnapshot clockCounts(std::uint64_t sent, std::uint64_t received) {
   StatusSnapshot snapshot;
@@ -17,10 +17,10 @@ StatusSnapshot clockCounts(std::uint64_t sent, std::uint64_t received) {
   return snapshot;
 }
 
-StatusSnapshot portCounts(const Ptp::PortDSKey& key, std::uint64_t sent, std::uint64_t received) {
-  StatusSnapshot snapshot;
-  snapshot.ports[key].counters = {sent, received};
-  return snapshot;
+void addPort(StatusSnapshot& snapshot, const Ptp::PortIdentity& identity, std::uint64_t sent, std::uint64_t received) {
+  PortSnapshot& port = snapshot.ports[Ptp::PortDSKey(identity)];
+  port.values.portIdentity = identity;
+  port.counters = {sent, received};
 }
 
 class MonotonicCountersTest : public testing::Test {
@@ -31,10 +31,11 @@ class MonotonicCountersTest : public testing::Test {
     return snapshot.mibData->counters;
   }
 
-  Ptp::PacketCounters port(const Ptp::PortDSKey& key, std::uint64_t sent, std::uint64_t received) {
-    StatusSnapshot snapshot = portCounts(key, sent, received);
+  Ptp::PacketCounters port(const Ptp::PortIdentity& identity, std::uint64_t sent, std::uint64_t received) {
+    StatusSnapshot snapshot;
+    addPort(snapshot, identity, sent, received);
     counters.apply(snapshot);
-    return *snapshot.ports.at(key).counters;
+    return *snapshot.ports.at(Ptp::PortDSKey(identity)).counters;
   }
 
   MonotonicCounters counters;
@@ -93,9 +94,53 @@ TEST_F(MonotonicCountersTest, APortThatComesBackGoesOn) {
   EXPECT_EQ(port(first, 1, 2), (Counts{101, 102}));
 }
 
+TEST_F(MonotonicCountersTest, APortOfAnotherClockGoesOnInTheRowOfItsNumber) {
+  port(first, 100, 100);
+  counters.newRun();
+  EXPECT_EQ(port(Ptp::PortIdentity("0a0b0c.fffe.0d0e0f-1"), 1, 2), (Counts{101, 102}));
+}
+
+TEST_F(MonotonicCountersTest, TheSumOfPortsKeepsThoseThatAreGone) {
+  port(first, 1600, 1);
+  port(second, 1600, 1);
+  EXPECT_EQ(counters.sumOfPorts(), (Counts{3200, 2}));
+  StatusSnapshot without;
+  counters.apply(without);
+  EXPECT_EQ(counters.sumOfPorts(), (Counts{3200, 2}));
+  port(second, 1600, 1);
+  EXPECT_EQ(counters.sumOfPorts(), (Counts{3200, 2}));
+}
+
+// Any sequence of counts, restarts and absences, against the sum of what the ports have shown.
+TEST_F(MonotonicCountersTest, TheSumOfPortsIsThatOfTheirIncrementsWhicheverComeAndGo) {
+  std::uint64_t random = 1;
+  std::uint64_t counts[2] = {};
+  std::uint64_t shown[2] = {};
+  for (int step = 0; step < 10'000; ++step) {
+    random = random * 6364136223846793005U + 1442695040888963407U;
+    if ((random >> 40) % 64 == 0) {
+      counters.newRun();
+      counts[0] = counts[1] = 0;
+    }
+    StatusSnapshot snapshot;
+    for (unsigned i : {0u, 1u}) {
+      if ((random >> (50 + i) & 1) == 0) continue;
+      counts[i] += random >> 60;
+      addPort(snapshot, i == 0 ? first : second, counts[i], 0);
+    }
+    counters.apply(snapshot);
+    for (const auto& [key, port] : snapshot.ports) {
+      std::uint64_t& before = shown[port.values.portIdentity.portNumber.value() - 1];
+      ASSERT_GE(port.counters->packetsSent, before) << "step " << step;
+      before = port.counters->packetsSent;
+    }
+    ASSERT_EQ(counters.sumOfPorts().packetsSent, shown[0] + shown[1]) << "step " << step;
+  }
+}
+
 TEST_F(MonotonicCountersTest, WhatIsNotCountedStaysAbsent) {
   StatusSnapshot snapshot;
-  snapshot.ports[first];
+  snapshot.ports[Ptp::PortDSKey(first)];
   const StatusSnapshot before = snapshot;
   counters.apply(snapshot);
   EXPECT_EQ(snapshot, before);

@@ -21,6 +21,7 @@ inline Bytes fromHex(std::string_view text) {
   return bytes;
 }
 
+inline const Bytes clockIdentity = fromHex("020000fffe000b01");
 inline const Bytes defaultDataSet = fromHex("0300000180fffeffff80020000fffe000b010000");
 inline const Bytes currentDataSet = fromHex("00010000000000178000fffffffff9400000");
 inline const Bytes parentDataSet = fromHex("020000fffe000a0100010000ffff7fffffff64f8feffff80020000fffe000a01");
@@ -57,19 +58,17 @@ inline void putU16(Bytes& bytes, std::size_t offset, std::uint16_t value) {
 
 /// Where a management message holds what (IEEE 1588-2008, tables 18, 37 and 39).
 namespace at {
-inline constexpr std::size_t messageLength = 2, domain = 4, sourcePort = 28, sequenceId = 30;
+inline constexpr std::size_t messageLength = 2, domain = 4, sourceClock = 20, sourcePort = 28, sequenceId = 30;
 inline constexpr std::size_t targetClock = 34, targetPort = 42, action = 46, tlv = 48, id = 52, data = 54;
 }  // namespace at
 
 /// The response to a request, from port 0 of the clock 020000.fffe.000b01 or from the port that was asked.
 inline Bytes response(const Bytes& request, std::uint16_t tlvType, const Bytes& value) {
   Bytes message(request.begin(), request.begin() + at::tlv);
-  const Bytes clock = fromHex("020000fffe000b01");
   const std::uint16_t port = u16(request, at::targetPort);
-  std::copy(clock.begin(), clock.end(), message.begin() + 20);
+  std::copy(clockIdentity.begin(), clockIdentity.end(), message.begin() + at::sourceClock);
   putU16(message, at::sourcePort, port == 0xffff ? 0 : port);
-  std::fill_n(message.begin() + at::targetClock, 8, std::uint8_t{0});
-  putU16(message, at::targetPort, u16(request, at::sourcePort));
+  std::copy_n(request.begin() + at::sourceClock, 10, message.begin() + at::targetClock);
   message[at::action] = 2;
   message.resize(at::id);
   putU16(message, at::tlv, tlvType);
