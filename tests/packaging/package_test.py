@@ -23,6 +23,7 @@ PTPBASE = "1.3.6.1.2.1.241"
 PORT_NAME = f"{PTPBASE}.1.2.9.1.5.0.2.1.1"  # of a boundary clock's port 1 in domain 0
 CONFIG = "etc/snmp/ptpsnmpd.conf"
 DROP_IN = "etc/snmp/snmpd.conf.d/ptpsnmp.conf"
+RESTARTS, BACK_WITHIN = 50, 10  # seconds
 ENABLED = "etc/systemd/system/multi-user.target.wants/ptpsnmpd.service"
 
 
@@ -205,21 +206,44 @@ class Service(unittest.TestCase):
 
     def test_snmpd_serves_the_tables_by_the_module_that_the_drop_in_names(self):
         with self.in_service() as (_, machine):
-            if not list((self.root.path / "usr" / "lib").glob("*/snmp/dlmod/ptpsnmp.so")):
-                self.skipTest("this package has no module for snmpd")
             self.edit(machine, f"/{DROP_IN}", ("#dlmod", "dlmod"), ("#ptpSource.*", "ptpSource demo"))
             machine.run("systemctl", "restart", "snmpd")
             wait_for("a port's name", lambda: self.ask_snmpd(machine, PORT_NAME) == '"Ethernet1"')
 
-    def test_snmpd_serves_the_tables_over_agentx(self):
-        with self.in_service() as (_, machine):
-            if "--agentx" not in machine.run("ptpsnmpd", "--help"):
-                self.skipTest("this daemon has no --agentx")
+    def test_snmpd_serves_the_tables_over_agentx_and_may_be_killed_at_any_time(self):
+        with self.in_service() as (folder, machine):
             self.edit(machine, f"/{DROP_IN}", ("#master", "master"))
             self.edit(machine, f"/{CONFIG}", ("ptpSource.*", "ptpSource demo"))
             self.override(machine, "[Service]", "ExecStart=", "ExecStart=/usr/sbin/ptpsnmpd --agentx")
             machine.run("systemctl", "restart", "snmpd", "ptpsnmpd")
-            wait_for("a port's name", lambda: self.ask_snmpd(machine, PORT_NAME) == '"Ethernet1"')
+            shown = lambda: self.ask_snmpd(machine, PORT_NAME) == '"Ethernet1"'
+            wait_for("a port's name", shown)
+            walk = "while :; do snmpbulkwalk -v2c -c public -t1 -r0 127.0.0.1:161 1.3.6.1.2.1.241; done > /dev/null 2>&1"
+            with machine.process(folder, "walker", "sh", "-c", walk):
+                for _ in range(RESTARTS):
+                    machine.run("systemctl", "kill", "--signal", "KILL", "snmpd")
+                    machine.run("systemctl", "reset-failed", "snmpd")  # systemd would take so many for a fault
+                    machine.run("systemctl", "restart", "snmpd")
+                    wait_for("a port's name", shown, seconds=BACK_WITHIN)
+
+    def test_alone_it_serves_whom_the_example_for_version_3_names_and_nobody_else(self):
+        with self.in_service() as (_, machine):
+            machine.run("cp", "/usr/share/doc/ptpsnmp/examples/ptpsnmpd-v3.conf", f"/{CONFIG}")
+            self.edit(machine, f"/{CONFIG}", ("ptpSource.*", "ptpSource demo"))
+            machine.run("systemctl", "restart", "ptpsnmpd")
+            user = ("-v3", "-u", "monitor", "-t1", "-r1", "-Oqv")
+            authentic = ("-a", "SHA", "-A", "authentication passphrase")
+            private = ("-x", "AES", "-X", "encryption passphrase")
+
+            def get(*access):
+                return machine.run("snmpget", *access, "127.0.0.1:1161", PORT_NAME).strip()
+
+            self.assertEqual(get(*user, "-l", "authPriv", *authentic, *private), '"Ethernet1"')
+            for refused in [(*user, "-l", "authNoPriv", *authentic), (*user, "-l", "noAuthNoPriv"),
+                            (*user, "-l", "authPriv", *authentic, "-x", "AES", "-X", "another passphrase"),
+                            ("-v2c", "-c", "public", "-t1", "-r1", "-Oqv")]:
+                with self.assertRaises(Failed):
+                    get(*refused)
 
     def test_it_is_not_started_where_policy_forbids_it(self):
         with self.in_service() as (_, machine):
