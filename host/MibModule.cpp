@@ -4,8 +4,10 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <filesystem>
 #include <stdexcept>
 
+#include "BuildInfo.h"
 #include "Snmp/HandlerRegistration.h"
 #include "Zarn/StateDatabase.h"
 #include "Zarn/TypeRegistry.h"
@@ -28,6 +30,12 @@ void* openLibrary(const std::string& file) {
 }
 
 }  // namespace
+
+std::string moduleFileNear(const std::string& folder) {
+  std::error_code ignored;
+  const auto near = std::filesystem::path(folder) / moduleFile;
+  return std::filesystem::exists(near, ignored) ? near : std::filesystem::path(moduleFolder) / moduleFile;
+}
 
 void MibModule::Close::operator()(void* library) const noexcept { dlclose(library); }
 

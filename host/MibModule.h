@@ -10,6 +10,9 @@
 
 namespace host {
 
+/// The module's file: in this folder, as in a build tree, or else where it is installed.
+std::string moduleFileNear(const std::string& folder);
+
 /// The loaded module, at work: its types registered, its container at "snmp/ptp/ptpmib", its agent following the
 /// status, its tables registered in the default context. Destroying it undoes all of this and unloads it.
 class MibModule {

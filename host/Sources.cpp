@@ -10,8 +10,6 @@
 namespace host {
 namespace {
 
-constexpr char defaultPtp4lSocket[] = "/var/run/ptp4l";
-
 std::unique_ptr<Source> makeDemo(EventLoop& loop, std::string_view device) {
   auto text = std::make_unique<std::istringstream>(std::string(demoDevice(device)));
   return std::make_unique<ReplaySource>(loop, "demo:" + std::string(device), std::move(text), Repeat::yes);
@@ -19,7 +17,14 @@ std::unique_ptr<Source> makeDemo(EventLoop& loop, std::string_view device) {
 
 }  // namespace
 
-std::unique_ptr<Source> makeSource(EventLoop& loop, const Options& options) {
+std::string complaintAboutSource(const std::string& source) {
+  const bool known = source == "demo" || source == "demo:boundary" || source == "demo:transparent" ||
+                     source == "ptp4l" || source.starts_with("ptp4l:") || source.starts_with("replay:");
+  const bool named = !source.ends_with(':');
+  return known && named ? "" : "\"" + source + "\" is not demo, demo:transparent, replay:FILE, ptp4l or ptp4l:SOCKET";
+}
+
+std::unique_ptr<Source> makeSource(EventLoop& loop, const SourceOptions& options) {
   const std::size_t colon = options.source.find(':');
   const std::string kind = options.source.substr(0, colon);
   const std::string argument = colon == std::string::npos ? "" : options.source.substr(colon + 1);

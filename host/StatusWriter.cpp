@@ -14,23 +14,6 @@ constexpr std::size_t maxPortName = 64;  // RFC 8173, ptpbaseClockPortName
   throw StatusRefused(fmt::format("ports[\"{}\"]{}", key.stringValue(), why));
 }
 
-// What the rows and the tables take for granted: one row key names one port, and each cell has a value.
-void validate(const StatusSnapshot& snapshot) {
-  std::map<std::uint16_t, Ptp::PortDSKey> keyByNumber;
-  for (const auto& [key, port] : snapshot.ports) {
-    const std::uint16_t number = port.values.portIdentity.portNumber.value();
-    if (number == 0) refuse(key, ".portIdentity: a port's number is 1 to 65535, not 0");
-    const auto [other, isNew] = keyByNumber.emplace(number, key);
-    if (!isNew) {
-      refuse(other->second, fmt::format(" and ports[\"{}\"]: both carry port number {}", key.stringValue(), number));
-    }
-    const std::size_t length = port.values.name.size();
-    if (length == 0 || length > maxPortName) {
-      refuse(key, fmt::format(".portName: {} bytes, where 1 to {} are allowed", length, maxPortName));
-    }
-  }
-}
-
 bool hasCounters(const StatusSnapshot& snapshot, const PortSnapshot& port) {
   return snapshot.mibData.has_value() && port.counters.has_value();
 }
@@ -54,8 +37,25 @@ void applyDataSet(Ptp::Status& status, const std::optional<Values>& values,
 StatusWriter::StatusWriter(Kestor::Ptr<Ptp::Status> status, Kestor::Ptr<IntfSnmp::IfMib> ifMib)
     : status_(std::move(status)), ifMib_(std::move(ifMib)) {}
 
+// What the rows and the tables take for granted: one row key names one port, and each cell has a value.
+void StatusWriter::check(const StatusSnapshot& snapshot) {
+  std::map<std::uint16_t, Ptp::PortDSKey> keyByNumber;
+  for (const auto& [key, port] : snapshot.ports) {
+    const std::uint16_t number = port.values.portIdentity.portNumber.value();
+    if (number == 0) refuse(key, ".portIdentity: a port's number is 1 to 65535, not 0");
+    const auto [other, isNew] = keyByNumber.emplace(number, key);
+    if (!isNew) {
+      refuse(other->second, fmt::format(" and ports[\"{}\"]: both carry port number {}", key.stringValue(), number));
+    }
+    const std::size_t length = port.values.name.size();
+    if (length == 0 || length > maxPortName) {
+      refuse(key, fmt::format(".portName: {} bytes, where 1 to {} are allowed", length, maxPortName));
+    }
+  }
+}
+
 void StatusWriter::apply(const StatusSnapshot& snapshot) {
-  validate(snapshot);
+  check(snapshot);
   if (!snapshot.defaultDS) {
     withdrawService();
     return;

@@ -24,6 +24,9 @@ class StatusWriter {
  public:
   StatusWriter(Kestor::Ptr<Ptp::Status> status, Kestor::Ptr<IntfSnmp::IfMib> ifMib);
 
+  /// Throws StatusRefused where apply() would.
+  static void check(const StatusSnapshot& snapshot);
+
   /// Afterwards the status equals the snapshot; or is empty, where the snapshot has no default data set. Throws
   /// StatusRefused, having changed nothing, where two ports carry one number or a value cannot be served.
   void apply(const StatusSnapshot& snapshot);

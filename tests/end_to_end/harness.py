@@ -188,6 +188,10 @@ class Process:
     def is_running(self):
         return self._process.poll() is None
 
+    @property
+    def process_id(self):
+        return self._process.pid
+
     def output(self):
         return self.log.read_text(encoding="utf-8", errors="replace")
 
@@ -253,6 +257,37 @@ class Daemon(Process):
         super().__enter__()
         wait_for("the daemon is ready", lambda: "is ready" in self.output())
         return self
+
+
+def loader_file():
+    return Path(daemon_program()).parent / "ptpsnmp.so"
+
+
+class Snmpd(Process):
+    """A stock snmpd with a configuration, state and port of its own, ready to answer. `lines` are added to its
+    configuration, which `configure` replaces."""
+
+    def __init__(self, folder, *lines):
+        self.port = free_udp_port()
+        self.snmp = Snmp(self.port)
+        self._configuration = Path(folder) / "snmpd.conf"
+        self.configure(*lines)
+        # Its own configuration alone, which -C would keep from being read again; no port for SMUX.
+        super().__init__(folder, "snmpd", ["env", f"SNMPCONFPATH={folder}", f"SNMP_PERSISTENT_DIR={folder}/state", "MIBS=",
+                                           "snmpd", "-f", "-LE7", "-I", "-smux"])
+
+    def configure(self, *lines):
+        own = [f"agentAddress udp:127.0.0.1:{self.port}", "rocommunity public 127.0.0.1",
+               "dontLogTCPWrappersConnects yes"]
+        self._configuration.write_text("".join(line + "\n" for line in [*own, *lines]))
+
+    def __enter__(self):
+        super().__enter__()
+        wait_for("snmpd answers", self.up_time)
+        return self
+
+    def up_time(self):
+        return self.snmp.get("1.3.6.1.2.1.1.3.0")
 
 
 def run_tests():

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "Sources.h"
+
+namespace host {
+
+/// What the SNMP engine's configuration says of the clock:
+///
+///     ptpSource  demo | demo:transparent | replay:FILE | ptp4l | ptp4l:SOCKET
+///     ptpPoll    MILLISECONDS
+///     ptpTrace   HANDLE/LEVELS,...
+///
+/// A bad value is reported by the engine with file and line, and stands for none. A trace selection holds from where
+/// it is read; several add up.
+struct Directives {
+  std::optional<std::string> source;
+  std::optional<std::chrono::milliseconds> poll;
+
+  /// The source, with these values for what the configuration leaves open.
+  SourceOptions sourceOr(const SourceOptions& defaults) const;
+};
+
+/// Has the engine's configuration reader know the directives; one at a time in a process. What it read last is in
+/// value(); each reading starts from nothing. The engine's application name must be set.
+class DirectiveReader {
+ public:
+  DirectiveReader();
+  DirectiveReader(const DirectiveReader&) = delete;
+  DirectiveReader& operator=(const DirectiveReader&) = delete;
+  ~DirectiveReader();
+
+  const Directives& value() const noexcept;
+};
+
+}  // namespace host

@@ -1,0 +1,139 @@
+#include "SnmpEngine.h"
+
+#include "NetSnmp.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <spdlog/spdlog.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+#include <stdexcept>
+
+// The agent's own MIB modules that a manager expects of any agent. Their headers are not installed.
+extern "C" {
+void init_snmp_mib(void);
+void init_snmpEngine(void);
+void init_sysORTable(void);
+void init_system_mib(void);
+int subagent_startup(int, int, void*, void*);
+}
+
+namespace host {
+namespace {
+
+constexpr char applicationName[] = "ptpsnmpd";
+constexpr char defaultAddress[] = "udp:127.0.0.1:1161";
+constexpr const char* loopbackAccess[] = {"rocommunity public 127.0.0.1", "rocommunity6 public ::1"};
+
+spdlog::level::level_enum levelOf(int priority) {
+  if (priority <= LOG_ERR) return spdlog::level::err;
+  if (priority == LOG_WARNING) return spdlog::level::warn;
+  return spdlog::level::debug;  // what it merely notes is no news to an operator
+}
+
+// Sends the library's log lines where ours go.
+int logLibraryMessage(int, int, void* message, void*) {
+  const auto* const log = static_cast<const snmp_log_message*>(message);
+  std::string text = log->msg;
+  while (!text.empty() && text.back() == '\n') text.pop_back();
+  if (!text.empty()) spdlog::log(levelOf(log->priority), "{}", text);
+  return SNMP_ERR_NOERROR;
+}
+
+// Runs on each reading of the configuration, ahead of the library's own warning that nobody has access.
+int grantLoopbackAccess(int, int, void*, void* builtInAccess) {
+  if (vacm_is_configured() != 0) return SNMP_ERR_NOERROR;
+  *static_cast<bool*>(builtInAccess) = true;
+  for (std::string line : loopbackAccess) netsnmp_config(line.data());
+  return SNMP_ERR_NOERROR;
+}
+
+void setDefaults(bool isSubAgent) {
+  // Without this the library listens for SMUX peers on TCP port 199.
+  char withoutSmux[] = "-smux";
+  add_to_init_list(withoutSmux);
+  // A parser of MIB files would complain of each module that Debian does not ship; an agent needs none.
+  setenv("MIBS", "", 1);
+  netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, isSubAgent ? 1 : 0);
+  netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
+  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
+  // Nothing is kept between two runs. NETSNMP_DS_LIB_DONT_PERSIST_STATE would keep /etc/snmp from being read, too.
+  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DISABLE_PERSISTENT_SAVE, 1);
+  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD, 1);
+}
+
+std::vector<std::string> split(const std::string& list) {
+  std::vector<std::string> items;
+  std::istringstream stream(list);
+  for (std::string item; std::getline(stream, item, ',');) items.push_back(item);
+  return items;
+}
+
+}  // namespace
+
+SnmpEngine::SnmpEngine(const SnmpEngineOptions& options) : isSubAgent_(!options.agentXSocket.empty()) {
+  setDefaults(isSubAgent_);
+  snmp_disable_log();
+  snmp_enable_calllog();
+  snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, logLibraryMessage, nullptr);
+  if (!isSubAgent_) {
+    netsnmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, grantLoopbackAccess,
+                              &builtInAccess_, NETSNMP_CALLBACK_HIGHEST_PRIORITY);
+  }
+  init_agent(applicationName);
+  if (isSubAgent_) {
+    // It would connect while the configuration is read, and wait for the answer: see AgentXLink.
+    snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, subagent_startup, nullptr, 1);
+  } else {
+    init_sysORTable();
+    init_system_mib();
+    init_snmp_mib();
+    init_snmpEngine();
+  }
+  netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE, applicationName);
+  directives_.emplace();
+  if (!options.configFile.empty()) {
+    netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG, options.configFile.c_str());
+  }
+  init_snmp(applicationName);
+  if (!isSubAgent_) configureMaster(options);
+}
+
+void SnmpEngine::configureMaster(const SnmpEngineOptions& options) {
+  const char* const configured = netsnmp_ds_get_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS);
+  if (!options.listen.empty()) {
+    addresses_ = options.listen;
+  } else if (configured != nullptr) {
+    addresses_ = split(configured);
+  } else {
+    addresses_ = {defaultAddress};
+  }
+  netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS,
+                        fmt::format("{}", fmt::join(addresses_, ",")).c_str());
+}
+
+SnmpEngine::~SnmpEngine() {
+  // The library would free what the callback was given.
+  snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, grantLoopbackAccess, &builtInAccess_,
+                           1);
+  directives_.reset();
+  shutdown_master_agent();
+  snmp_shutdown(applicationName);
+  shutdown_agent();
+}
+
+void SnmpEngine::rereadConfiguration() { update_config(); }
+
+void SnmpEngine::listen() {
+  if (isSubAgent_) return;
+  errno = 0;
+  if (init_master_agent() != 0) {
+    const char* const reason = errno != 0 ? std::strerror(errno) : "no such address";
+    throw std::runtime_error(fmt::format("cannot listen on {}: {}", fmt::join(addresses_, ","), reason));
+  }
+}
+
+}  // namespace host

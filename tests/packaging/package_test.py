@@ -1,0 +1,253 @@
+#!/usr/bin/env python3
+"""The Debian package: built, looked at, installed into a fresh Debian, run, and removed again.
+
+usage: PTPSNMPD=... PTPSNMP_BUILD=... package_test.py [unittest options]
+
+PTPSNMP_DEB names a package to take instead of building one, PTPSNMP_DEBIAN_ROOT a debootstrapped folder to copy instead
+of making one.
+"""
+
+import contextlib
+import os
+import re
+import shutil
+import subprocess
+import unittest
+from pathlib import Path
+
+from debian_root import debian_root
+from harness import Failed, Snmp, command, free_udp_port, run_tests, scratch_folder, wait_for
+from packaging import SOURCE, skip, skip_unless_installed
+
+PTPBASE = "1.3.6.1.2.1.241"
+PORT_NAME = f"{PTPBASE}.1.2.9.1.5.0.2.1.1"  # of a boundary clock's port 1 in domain 0
+CONFIG = "etc/snmp/ptpsnmpd.conf"
+DROP_IN = "etc/snmp/snmpd.conf.d/ptpsnmp.conf"
+ENABLED = "etc/systemd/system/multi-user.target.wants/ptpsnmpd.service"
+
+
+def make_package():
+    given = os.environ.get("PTPSNMP_DEB")
+    if given:
+        return Path(given).resolve()
+    return Path(command(str(SOURCE / "scripts" / "make-package"), timeout=1500).split()[-1])
+
+
+@contextlib.contextmanager
+def installed(root, package):
+    """With the package installed; purged at the end, with all that came with it."""
+    root.install(package)
+    try:
+        yield
+    finally:
+        root.run("apt-get", "-qy", "purge", "ptpsnmp")
+        root.run("apt-get", "-qy", "--purge", "autoremove")
+
+
+class Package(unittest.TestCase):
+    def test_lintian_finds_no_error(self):
+        found = subprocess.run(["lintian", "--allow-root", "--tag-display-limit", "0", str(self.package)],
+                               capture_output=True, text=True, timeout=300)
+        print(found.stdout.strip())
+        self.assertEqual([line for line in found.stdout.splitlines() if line.startswith("E:")], [])
+        self.assertEqual(found.returncode, 0, found.stderr)
+
+    def test_its_changelog_ends_with_its_version(self):
+        changelog = (SOURCE / "packaging" / "deb" / "changelog").read_text(encoding="utf-8")
+        self.assertEqual(re.match(r"ptpsnmp \((.*?)\)", changelog)[1],
+                         command("dpkg-deb", "--field", str(self.package), "Version").strip())
+
+    def test_every_file_belongs_to_root(self):
+        for line in command("dpkg-deb", "--contents", str(self.package)).splitlines():
+            self.assertEqual(line.split()[1], "root/root", line)
+
+    def test_it_needs_the_libraries_that_it_links(self):
+        needed = command("dpkg-deb", "--field", str(self.package), "Depends")
+        for library in ("libc6", "libsnmp", "libnl-route-3-200", "adduser"):
+            self.assertIn(library, needed)
+
+    def test_what_an_administrator_edits_is_kept_over_upgrades(self):
+        with scratch_folder() as folder:
+            command("dpkg-deb", "--control", str(self.package), str(folder / "control"))
+            named = (folder / "control" / "conffiles").read_text(encoding="utf-8").split()
+        self.assertEqual(sorted(named), [f"/{CONFIG}", f"/{DROP_IN}"])
+
+
+class Debian(unittest.TestCase):
+    """Without an init system, as in a container."""
+
+    def status(self, path, form):
+        return self.root.run("stat", "-c", form, f"/{path}").strip()
+
+    def test_the_installed_daemon_serves_the_demo(self):
+        with scratch_folder() as folder, installed(self.root, self.package):
+            port = free_udp_port()
+            daemon = self.root.process(folder, "ptpsnmpd", "ptpsnmpd", "--source", "demo:transparent",
+                                       "--listen", f"udp:127.0.0.1:{port}")
+            with daemon:
+                wait_for("the daemon is ready", lambda: "is ready" in daemon.output())
+                tables = {oid.split(".")[9] for oid in Snmp(port).walk(f"{PTPBASE}.1.2")}
+                self.assertEqual(len(tables), 10)
+
+    def test_the_service_is_enabled_and_has_a_user_of_its_own(self):
+        with installed(self.root, self.package):
+            self.assertTrue((self.root.path / ENABLED).is_symlink())
+            self.assertRegex(self.root.run("getent", "passwd", "ptpsnmpd"), r":/nonexistent:/usr/sbin/nologin$")
+            self.assertEqual(self.status(CONFIG, "%U:%G %a"), "root:ptpsnmpd 640")
+
+    def test_an_upgrade_keeps_what_the_administrator_chose(self):
+        with installed(self.root, self.package):
+            config = self.root.path / CONFIG
+            config.write_text("ptpSource demo\n", encoding="utf-8")
+            self.root.run("chmod", "0600", f"/{CONFIG}")
+            (self.root.path / ENABLED).unlink()  # systemctl disable
+            self.root.run("dpkg", "-i", f"/tmp/{self.package.name}")
+            self.assertEqual(config.read_text(encoding="utf-8"), "ptpSource demo\n")
+            self.assertEqual(self.status(CONFIG, "%a"), "600")
+            self.assertFalse((self.root.path / ENABLED).is_symlink())
+
+    def test_after_a_removal_the_configuration_stays_and_after_a_purge_nothing_but_the_user(self):
+        self.root.install("adduser")
+        before = self.root.files()
+        with installed(self.root, self.package):
+            self.root.run("apt-get", "-qy", "remove", "ptpsnmp")
+            self.assertTrue((self.root.path / CONFIG).exists())
+            self.assertFalse((self.root.path / "usr/sbin/ptpsnmpd").exists())
+        left = {path for path in self.root.files() - before if re.search("ptp", path, re.IGNORECASE)}
+        self.assertEqual(left, set())
+        self.assertEqual(self.root.run("find", "/", "-xdev", "-user", "ptpsnmpd"), "")
+        self.assertIn("ptpsnmpd", self.root.run("getent", "passwd", "ptpsnmpd"))
+
+
+class Service(unittest.TestCase):
+    """With systemd, and a ptp4l to follow."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.root.install("systemd", "systemd-sysv", "procps", "iproute2", "linuxptp", "snmp", "snmpd", cls.package)
+        cls.root.run("apt-get", "-qy", "purge", "ptpsnmp")  # what it depends on stays: a booted system has no network
+
+    @contextlib.contextmanager
+    def in_service(self):
+        """A machine on which the package was installed, which is all that it takes."""
+        with scratch_folder() as folder, self.root.booted(folder) as machine:
+            package = self.root.path / "root" / self.package.name
+            shutil.copy(self.package, package)
+            machine.run("dpkg", "-i", f"/root/{self.package.name}")
+            try:
+                yield folder, machine
+            except BaseException:
+                print(machine.run("journalctl", "--no-pager", "--boot", "--unit", "ptpsnmpd", "--unit", "snmpd"))
+                raise
+            finally:
+                machine.run("dpkg", "--purge", "ptpsnmp")
+
+    def property(self, machine, name):
+        return machine.run("systemctl", "show", "--property", name, "--value", "ptpsnmpd").strip()
+
+    def override(self, machine, *lines):
+        """What `systemctl edit` does, until the machine ends."""
+        folder = "/run/systemd/system/ptpsnmpd.service.d"
+        machine.run("sh", "-ec", 'mkdir -p "$0"; printf "%s\\n" "$@" > "$0/override.conf"', folder, *lines)
+        machine.run("systemctl", "daemon-reload")
+
+    def wait_until_active(self, machine, but_not_pid="0"):
+        """The number of the daemon's process, once it told systemd that it is ready."""
+        def pid():
+            number = self.property(machine, "MainPID")
+            return number if self.property(machine, "ActiveState") == "active" and number != but_not_pid else None
+        return wait_for("the service is active", pid, seconds=60)
+
+    def test_it_follows_a_ptp4l_of_root(self):
+        with self.in_service() as (folder, machine):
+            self.wait_until_active(machine)
+            config = "[global]\ntime_stamping software\nfree_running 1\nnetwork_transport L2\n"
+            (self.root.path / "root" / "ptp4l.conf").write_text(config, encoding="utf-8")
+            machine.run("ip", "link", "add", "ptp0", "up", "type", "veth", "peer", "name", "ptp1")
+            machine.run("ip", "link", "set", "ptp1", "up")
+            with machine.process(folder, "ptp4l", "ptp4l", "-m", "-f", "/root/ptp4l.conf", "-i", "ptp0"):
+                read = ("snmpget", "-v2c", "-c", "public", "-Oqv", "127.0.0.1:1161", PORT_NAME)
+                wait_for("the port's row", lambda: "ptp0" in machine.run(*read))
+
+    def test_it_has_one_capability_and_sees_no_secret(self):
+        with self.in_service() as (_, machine):
+            pid = self.wait_until_active(machine)
+            status = machine.run("cat", f"/proc/{pid}/status")
+            self.assertRegex(status, r"CapBnd:\s0{15}2\n")  # CAP_DAC_OVERRIDE
+            self.assertRegex(status, r"NoNewPrivs:\s1\n")
+            self.assertNotRegex(status, r"Uid:\s0")
+            shadow = machine.run("stat", "-L", "-c", "%F %a", f"/proc/{pid}/root/etc/shadow").strip()
+            self.assertEqual(shadow, "regular empty file 0")
+            self.assertEqual(machine.run("ls", "-A", f"/proc/{pid}/root/root/"), "")
+
+    def test_a_reload_does_not_interrupt_it(self):
+        with self.in_service() as (_, machine):
+            pid = self.wait_until_active(machine)
+            machine.run("systemctl", "reload", "ptpsnmpd")
+            self.assertEqual(self.wait_until_active(machine), pid)
+
+    def test_it_comes_back_after_a_crash_and_after_a_hang(self):
+        with self.in_service() as (_, machine):
+            self.override(machine, "[Service]", "WatchdogSec=2")
+            machine.run("systemctl", "restart", "ptpsnmpd")
+            first = self.wait_until_active(machine)
+            machine.run("kill", "-KILL", first)
+            second = self.wait_until_active(machine, but_not_pid=first)
+            machine.run("kill", "-STOP", second)
+            self.wait_until_active(machine, but_not_pid=second)
+
+    def ask_snmpd(self, machine, oid):
+        return machine.run("snmpget", "-v2c", "-c", "public", "-Oqv", "-t1", "-r0", "127.0.0.1:161", oid).strip()
+
+    def edit(self, machine, path, *replacements):
+        for before, after in replacements:
+            machine.run("sed", "-i", f"s|^{before}|{after}|", path)
+
+    def test_snmpd_serves_the_tables_by_the_module_that_the_drop_in_names(self):
+        with self.in_service() as (_, machine):
+            if not list((self.root.path / "usr" / "lib").glob("*/snmp/dlmod/ptpsnmp.so")):
+                self.skipTest("this package has no module for snmpd")
+            self.edit(machine, f"/{DROP_IN}", ("#dlmod", "dlmod"), ("#ptpSource.*", "ptpSource demo"))
+            machine.run("systemctl", "restart", "snmpd")
+            wait_for("a port's name", lambda: self.ask_snmpd(machine, PORT_NAME) == '"Ethernet1"')
+
+    def test_snmpd_serves_the_tables_over_agentx(self):
+        with self.in_service() as (_, machine):
+            if "--agentx" not in machine.run("ptpsnmpd", "--help"):
+                self.skipTest("this daemon has no --agentx")
+            self.edit(machine, f"/{DROP_IN}", ("#master", "master"))
+            self.edit(machine, f"/{CONFIG}", ("ptpSource.*", "ptpSource demo"))
+            self.override(machine, "[Service]", "ExecStart=", "ExecStart=/usr/sbin/ptpsnmpd --agentx")
+            machine.run("systemctl", "restart", "snmpd", "ptpsnmpd")
+            wait_for("a port's name", lambda: self.ask_snmpd(machine, PORT_NAME) == '"Ethernet1"')
+
+    def test_it_is_not_started_where_policy_forbids_it(self):
+        with self.in_service() as (_, machine):
+            self.wait_until_active(machine)
+            machine.run("dpkg", "--purge", "ptpsnmp")
+            policy = "/usr/sbin/policy-rc.d"
+            machine.run("sh", "-ec", 'printf "#!/bin/sh\\nexit 101\\n" > "$0"; chmod 755 "$0"', policy)
+            try:
+                machine.run("dpkg", "-i", f"/root/{self.package.name}")
+                self.assertEqual(self.property(machine, "ActiveState"), "inactive")
+            finally:
+                machine.run("rm", policy)
+
+    def test_a_purge_stops_it(self):
+        with self.in_service() as (_, machine):
+            pid = self.wait_until_active(machine)
+            machine.run("dpkg", "--purge", "ptpsnmp")
+            self.assertFalse((self.root.path / ENABLED).is_symlink())
+            with self.assertRaises(Failed):
+                machine.run("kill", "-0", pid)
+
+
+if __name__ == "__main__":
+    skip_unless_installed("dpkg-deb", "dpkg-shlibdeps", "lintian", "debootstrap", "unshare", "snmpbulkwalk",
+                          "systemd-nspawn", "nsenter")
+    if os.geteuid() != 0:
+        skip("a Debian system can be made by root only")
+    Package.package = Debian.package = Service.package = make_package()
+    with debian_root() as root:
+        Debian.root = Service.root = root
+        run_tests()
