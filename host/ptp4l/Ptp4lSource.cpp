@@ -20,6 +20,8 @@ constexpr int datagramsPerTurn = 32;  // a service that floods the socket shares
 constexpr std::size_t warningsKept = 100;
 constexpr milliseconds renewalPeriod(1000);
 constexpr milliseconds shortestPollPeriod(100);
+constexpr int longestPollPeriods = 3;
+constexpr milliseconds timePerPort(10);
 
 // A clock of a few ports is asked in one go, one of many in steps.
 constexpr std::size_t stepRequests = 16;
@@ -60,7 +62,7 @@ void Ptp4lSource::poll() {
     otherClockAnswers();
   }
   polling_ = true;
-  answersHeard_ = 0;
+  hearing_ = false;
   sendError_.clear();
   pacing_.reset();
   clock_.begin(searching_ ? domains_.round() : std::vector{domains_.known()});
@@ -75,10 +77,8 @@ void Ptp4lSource::pollSoon() {
   pollTimer_ = loop_.after(left, [this] { poll(); });
 }
 
-// A clock of very many ports, or a busy one, may take longer. One that answers a question now and then is as good as
-// silent.
 void Ptp4lSource::periodEnded() {
-  if (polling_ && std::exchange(answersHeard_, 0) >= ClockPoll::window) {
+  if (polling_ && std::exchange(hearing_, false) && steady_clock::now() < pollBegan_ + longestPoll()) {
     pollTimer_ = loop_.after(period_, [this] { periodEnded(); });
     sendRequests();
     return;
@@ -86,6 +86,12 @@ void Ptp4lSource::periodEnded() {
   if (polling_) pollUnanswered(sendError_ ? sendError_.message() : "no answer");
   if (!socket_->answerable()) reopenSocket();
   poll();
+}
+
+// A clock of very many ports, or a busy one, may take longer than a period. One that answers a question now and then is
+// as good as silent.
+milliseconds Ptp4lSource::longestPoll() const {
+  return longestPollPeriods * period_ + timePerPort * clock_.replies().ports.size();
 }
 
 // A directory for temporary files may be swept while the service still has its own in another one.
@@ -125,7 +131,7 @@ void Ptp4lSource::take(const Response& response) {
     if (polling_) pollUnanswered("another clock answers");
     return pollSoon();
   }
-  if (heard.answer) ++answersHeard_;
+  if (heard.answer && answeredBefore) hearing_ = true;
   if (heard.otherClock) otherClockAnswers();
   if (polling_ && clock_.answered() && !answeredBefore) askForPorts();
   if (heard.topology) askForClock();

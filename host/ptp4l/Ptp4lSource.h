@@ -20,10 +20,10 @@ namespace host::ptp4l {
 /// The status of a live ptp4l, followed through its management socket: what changes is reported by ptp4l as it
 /// happens, and everything is asked for once in a period.
 ///
-/// A poll in which hardly anything is answered for a period is given up and changes nothing. Three of them in a row,
-/// and the service counts as gone: the sink gets an empty snapshot, and every further poll looks for the service
-/// again. The sink gets an empty one, too, in place of one that it refuses. Of a service or clock that is new, nothing
-/// is shown until a poll was answered in full.
+/// A poll that gets no answer for a period, or none but the first, or takes too long for what it asks, is given up and
+/// changes nothing. Three of them in a row, and the service counts as gone: the sink gets an empty snapshot, and every
+/// further poll looks for the service again. The sink gets an empty one, too, in place of one that it refuses. Of a
+/// service or clock that is new, nothing is shown until a poll was answered in full.
 class Ptp4lSource final : public Source {
  public:
   Ptp4lSource(EventLoop& loop, std::string socketPath, std::chrono::milliseconds poll = std::chrono::seconds(1),
@@ -37,6 +37,7 @@ class Ptp4lSource final : public Source {
   void poll();
   void pollSoon();
   void periodEnded();
+  std::chrono::milliseconds longestPoll() const;
   void reopenSocket();
   void sendRequests();
   void receiveResponses();
@@ -58,10 +59,10 @@ class Ptp4lSource final : public Source {
   SnapshotSink sink_;
 
   Service service_ = Service::unknown;
-  bool searching_ = true;         ///< no poll was answered in full yet, or another service or clock has come since
-  bool polling_ = false;          ///< a poll is neither answered nor given up
-  bool changed_ = false;          ///< since the last delivery, and to be shown at the end of this turn
-  std::size_t answersHeard_ = 0;  ///< since the last period began
+  bool searching_ = true;  ///< no poll was answered in full yet, or another service or clock has come since
+  bool polling_ = false;   ///< a poll is neither answered nor given up
+  bool changed_ = false;   ///< since the last delivery, and to be shown at the end of this turn
+  bool hearing_ = false;   ///< more than the first question was answered since the last period began
   int unansweredPolls_ = 0;
   std::error_code sendError_;  ///< of the current poll
   std::chrono::steady_clock::time_point pollBegan_;

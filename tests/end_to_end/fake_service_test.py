@@ -176,8 +176,8 @@ class BesideAFakeService(unittest.TestCase):
 
     def test_a_flood_from_the_service_does_not_keep_requests_waiting(self):
         whole = self.resting()
-        for _ in range(20):  # each shorter than what counts as gone, since meanwhile it answers nothing
-            self.service.tell(flood=5000)
+        for _ in range(50):  # each shorter than what counts as gone, since meanwhile it answers nothing
+            self.service.tell(flood=1000)
             self.assertEqual(self.resting(), whole)
 
     def test_a_reported_state_is_shown(self):
