@@ -15,7 +15,7 @@ using namespace host;
 using namespace host::ptp4l;
 using host::ptp4l::test::Bytes;
 
-constexpr std::uint16_t self = 77;
+const Ptp::PortIdentity self("0a0b0c.0d0e.0f1011-77");
 
 Bytes recordedData(ManagementId id) {
   constexpr std::size_t timeStatusSize = 50;
@@ -42,7 +42,7 @@ class Run {
     switch (input_.below(12)) {
       case 0: begin(); break;
       case 1: poll_.forget(); break;
-      case 2: poll_.forgetRefusals(); break;
+      case 2: poll_.unasked(); break;
       case 3: poll_.release(input_.byte()); break;
       case 4: poll_.subscription(); break;
       case 5:
@@ -85,8 +85,10 @@ class Run {
   }
 
   // What a service once said, changed in a few places, and cut short or made longer.
-  Bytes dataFor(ManagementId id) {
+  Bytes dataFor(ManagementId id, std::uint16_t port) {
     Bytes data = recordedData(id);
+    using enum ManagementId;
+    if (id == portDataSet || id == portPropertiesNp || id == portStatsNp) test::putU16(data, 8, port);
     for (unsigned changes = input_.below(8); changes > 0 && !data.empty(); --changes) {
       const std::size_t place = input_.byte() % data.size();
       data[place] = input_.byte();
@@ -100,7 +102,7 @@ class Run {
   void answer() {
     const GetRequest request = question();
     const auto bytes = encode(request);
-    accept(test::answer(Bytes(bytes.begin(), bytes.end()), dataFor(request.id)));
+    accept(test::answer(Bytes(bytes.begin(), bytes.end()), dataFor(request.id, request.port)));
   }
   void refuse() {
     const auto bytes = encode(question());
@@ -109,13 +111,14 @@ class Run {
   void report() {
     using enum ManagementId;
     static constexpr std::array ids = {timeStatusNp, parentDataSet, portDataSet, subscribeEventsNp};
+    const std::uint16_t port = input_.byte();
     const auto bytes = encode(GetRequest{.id = ids[input_.below(ids.size())],
                                          .domain = poll_.domain(),
-                                         .port = input_.byte(),
+                                         .port = port,
                                          .sequenceId = input_.number<std::uint16_t>(),
-                                         .senderNumber = self});
+                                         .sender = self});
     const Bytes request(bytes.begin(), bytes.end());
-    accept(test::answer(request, dataFor(ids[input_.below(ids.size())])));
+    accept(test::answer(request, dataFor(ids[input_.below(ids.size())], port)));
   }
 
   void accept(const Bytes& datagram) {

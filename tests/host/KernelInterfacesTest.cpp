@@ -34,6 +34,9 @@ TEST(KernelInterfaces, AnInterfaceHasTheKernelsIndexAndAnUnknownNameHasNone) {
 }
 
 TEST(KernelInterfaces, AListThatFailsIsAskedForAgain) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizers need a descriptor when this leaves none";
+#endif
   EventLoop loop;
   rlimit files{};
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &files), 0);
