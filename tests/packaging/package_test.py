@@ -21,6 +21,7 @@ from packaging import SOURCE, skip, skip_unless_installed
 
 PTPBASE = "1.3.6.1.2.1.241"
 PORT_NAME = f"{PTPBASE}.1.2.9.1.5.0.2.1.1"  # of a boundary clock's port 1 in domain 0
+PORT_IF_INDEX = f"{PTPBASE}.1.2.9.1.8.0.2.1.1"
 CONFIG = "etc/snmp/ptpsnmpd.conf"
 DROP_IN = "etc/snmp/snmpd.conf.d/ptpsnmp.conf"
 RESTARTS, BACK_WITHIN = 50, 10  # seconds
@@ -169,6 +170,8 @@ class Service(unittest.TestCase):
             with machine.process(folder, "ptp4l", "ptp4l", "-m", "-f", "/root/ptp4l.conf", "-i", "ptp0"):
                 read = ("snmpget", "-v2c", "-c", "public", "-Oqv", "127.0.0.1:1161", PORT_NAME)
                 wait_for("the port's row", lambda: "ptp0" in machine.run(*read))
+                index = machine.run(*read[:-1], PORT_IF_INDEX).strip()
+                self.assertEqual(index, machine.run("cat", "/sys/class/net/ptp0/ifindex").strip())
 
     def test_it_has_one_capability_and_sees_no_secret(self):
         with self.in_service() as (_, machine):
