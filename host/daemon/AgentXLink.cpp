@@ -108,6 +108,11 @@ void AgentXLink::answered() {
 void AgentXLink::connect() {
   if (subagent_open_master_session() != 0) return away("it refuses a session");
   register_mib_reattach();
+  if (main_session == nullptr) {
+    // It broke in between. The library went on with the tables that were left, and takes them for registered.
+    register_mib_detach();
+    return away("the connection was closed");
+  }
   connected_ = true;
   saidAway_ = false;
   spdlog::info("serving through the SNMP agent at {}", socketPath_);
