@@ -87,7 +87,8 @@ class TableIterator {
       return nullptr;
     }
     netsnmp_variable_list* varbind = indexes;
-    [&]<std::size_t... I>(std::index_sequence<I...>) { (writeComponent<I>(position->key(), varbind), ...); }
+    std::array<u_char, maxBuffer> buffer;
+    [&]<std::size_t... I>(std::index_sequence<I...>) { (writeComponent<I>(position->key(), varbind, buffer), ...); }
     (std::make_index_sequence<Index::size>{});
     return indexes;
   }
@@ -174,12 +175,11 @@ class TableIterator {
   // Writes one component and steps on. There are fewer varbinds than components where one could not be set up at
   // registration; what has no place is left out.
   template <std::size_t I>
-  static void writeComponent(const Key& key, netsnmp_variable_list*& varbind) {
+  static void writeComponent(const Key& key, netsnmp_variable_list*& varbind, std::array<u_char, maxBuffer>& buffer) {
     if (varbind == nullptr) return;
     const auto value = Index::template value<I>(key);
     using Value = std::remove_const_t<decltype(value)>;
     trace("IterationHelper - iterator has another value: ", Index::template name<I>(), "=", value);
-    std::array<u_char, maxBuffer> buffer;
     const std::int32_t length = Component<Value>::encode(value, buffer.data(), maxBuffer);
     snmp_set_var_typed_value(varbind, Component<Value>::asnType, buffer.data(), static_cast<std::size_t>(length));
     varbind = varbind->next_variable;

@@ -1,5 +1,6 @@
 #include "Ptp/Identity.h"
 
+#include <fmt/compile.h>
 #include <fmt/format.h>
 
 #include <charconv>
@@ -40,7 +41,7 @@ ClockIdentity::ClockIdentity(std::string_view text) {
 
 Kestor::String ClockIdentity::stringValue() const {
   const std::uint64_t value = id.value();
-  return fmt::format("{:06x}.{:04x}.{:06x}", value >> 40, (value >> 24) & 0xffff, value & 0xffffff);
+  return fmt::format(FMT_COMPILE("{:06x}.{:04x}.{:06x}"), value >> 40, (value >> 24) & 0xffff, value & 0xffffff);
 }
 
 PortIdentity::PortIdentity(std::string_view text) {
@@ -55,7 +56,9 @@ PortIdentity::PortIdentity(std::string_view text) {
 }
 
 Kestor::String PortIdentity::stringValue() const {
-  return fmt::format("{}-{}", clockIdentity.stringValue(), portNumber.value());
+  const std::uint64_t value = clockIdentity.id.value();
+  return fmt::format(FMT_COMPILE("{:06x}.{:04x}.{:06x}-{}"), value >> 40, (value >> 24) & 0xffff, value & 0xffffff,
+                     portNumber.value());
 }
 
 std::ostream& operator<<(std::ostream& os, const ClockIdentity& identity) { return os << identity.stringValue(); }
