@@ -58,8 +58,8 @@ std::int32_t ClockIdentityToAsnOctetString(const Ptp::ClockIdentity& value, unsi
 }
 
 std::int32_t PortIdentityToAsnOctetString(const Ptp::PortIdentity& value, unsigned char* buffer, std::int32_t length) {
-  const Kestor::String text = value.stringValue();
-  return Snmp::StringToAsnOctetStringF{}(text, buffer, static_cast<std::size_t>(static_cast<std::int64_t>(length)));
+  return Snmp::StringToAsnOctetStringF{}(value.text(), buffer,
+                                         static_cast<std::size_t>(static_cast<std::int64_t>(length)));
 }
 
 std::int32_t PtpModeAsDelayToAsnInteger(const Ptp::PtpMode& value, unsigned char* buffer, std::int32_t length) {

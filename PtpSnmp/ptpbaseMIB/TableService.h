@@ -11,6 +11,7 @@
 #include "Zarn/Exception.h"
 #include "ptpbaseMIB/Column.h"
 #include "ptpbaseMIB/KeyIndex.h"
+#include "ptpbaseMIB/Recycled.h"
 #include "ptpbaseMIB/SnmpTrace.h"
 
 /// The logic of the agent library's callbacks, once for all tables. They are called from C, so nothing may
@@ -29,6 +30,7 @@ class TableIterator {
   using Key = typename T::Key;
   using Index = KeyIndex<Key>;
   using Iterator = typename Zarn::RbTreeMap<Key, typename T::Row>::BasicIteratorConst;
+  using Contexts = Recycled<Iterator>;
 
  public:
   /// Begins a walk at the row that the hint names, or else at the first row. The loop-context slot holds the
@@ -56,7 +58,7 @@ class TableIterator {
       position = rows.begin();
       count(record, Snmp::startedAtFirst);
     }
-    auto* const context = new Iterator(std::move(position));
+    auto* const context = Contexts::make(std::move(position));
     trace("_get_first_data_point - allocated new loop context ", address(context), ", hintMatched=", hintMatched);
     *loopContext = context;
     return writeIndex(context, indexes);
@@ -94,19 +96,19 @@ class TableIterator {
   }
 
   static void* makeDataContext(const void* loopContext) noexcept {
-    auto* const context = new Iterator(*static_cast<const Iterator*>(loopContext));
+    auto* const context = Contexts::make(*static_cast<const Iterator*>(loopContext));
     trace("_make_data_context - allocated data context ", address(context), " for loop context ", address(loopContext));
     return context;
   }
 
   static void freeDataContext(void* context) noexcept {
     trace("_free_data_context ", address(context));
-    delete static_cast<Iterator*>(context);
+    Contexts::free(static_cast<Iterator*>(context));
   }
 
   static void freeLoopContextAtEnd(void* context) noexcept {
     trace("_free_loop_context_at_end ", address(context));
-    delete static_cast<Iterator*>(context);
+    Contexts::free(static_cast<Iterator*>(context));
   }
 
   /// The row that a data context stands on.

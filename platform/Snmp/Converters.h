@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <string_view>
 
-#include "Kestor/String.h"
 #include "Snmp/ObjectIdentifier.h"
 
 /// The generic converters between values and the bytes that snmp_set_var_typed_value takes. The forward ones
@@ -58,7 +58,7 @@ struct BoolToAsnIntegerF {
 };
 /// The string's bytes, without a terminator.
 struct StringToAsnOctetStringF {
-  std::int32_t operator()(const Kestor::String& value, unsigned char* buffer, std::size_t length) const noexcept {
+  std::int32_t operator()(std::string_view value, unsigned char* buffer, std::size_t length) const noexcept {
     return detail::write(value.data(), value.size(), buffer, length);
   }
 };
