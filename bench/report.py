@@ -25,14 +25,14 @@ def progress(text):
     print(text, file=sys.stderr, flush=True)
 
 
-def use_release_build():
-    """Builds the daemon optimised, and has the helpers of the tests start that one."""
-    run("scripts/install-packages", "build", "test")
+def use_release_build(*targets):
+    """Builds the daemon, or what is named, optimised, and has the helpers of the tests start that one."""
+    run("scripts/install-packages", "build", "test", *(["bench"] if targets else []))
     build = ROOT / "build" / "release"
     progress("building the release preset")
-    if not (build / "build.ninja").exists():
-        run("cmake", "--preset", "release")
-    run("cmake", "--build", "--preset", "release", "--target", "ptpsnmpd")
+    if not (build / "build.ninja").exists() or "agent_bench" in targets:
+        run("cmake", "--preset", "release", *(["-DPTPSNMP_BUILD_BENCHMARKS=ON"] if targets else []))
+    run("cmake", "--build", "--preset", "release", "--target", *(targets or ["ptpsnmpd"]))
     os.environ["PTPSNMPD"] = str(build / "host" / "ptpsnmpd")
 
 

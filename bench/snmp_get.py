@@ -44,8 +44,21 @@ class Getter:
     def __exit__(self, *_):
         self._socket.close()
 
+    def patience(self, seconds):
+        """How long to wait for an answer."""
+        self._socket.settimeout(seconds)
+
+    def there(self):
+        """Whether the agent knows the object."""
+        return self._answer()[-2] & 0x80 == 0
+
     def get(self):
         """The value; None for noSuchInstance and the like."""
+        response = self._answer()
+        # The value is the last thing in the message: small enumerations take one octet.
+        return response[-1] if response[-3:-1] == b"\x02\x01" else None
+
+    def _answer(self):
         self._sequence += 1
         identifier = self._sequence.to_bytes(4, "big")
         self._request[self._id:self._id + 4] = identifier
@@ -53,6 +66,4 @@ class Getter:
         while True:
             response = self._socket.recv(1500)
             if integer(self._sequence) in response:
-                break
-        # The value is the last thing in the message: small enumerations take one octet.
-        return response[-1] if response[-3:-1] == b"\x02\x01" else None
+                return response

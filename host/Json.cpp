@@ -11,31 +11,40 @@ namespace {
 constexpr std::size_t maxDepth = 16;
 constexpr std::size_t maxShownBytes = 160;
 
-/// Watches the parser for what JSON itself permits and a status document does not.
-class StructureCheck {
+/// Looks through a text for what JSON itself permits and a status document does not. Not as a callback of the parser
+/// that makes the document: where it has one, it looks through all members of an object after each object among them.
+class StructureCheck final : public nlohmann::json_sax<Json> {
  public:
-  bool operator()(int, Json::parse_event_t event, const Json& parsed) {
-    switch (event) {
-      case Json::parse_event_t::object_start:
-      case Json::parse_event_t::array_start: enter(); break;
-      case Json::parse_event_t::object_end:
-      case Json::parse_event_t::array_end: members_.pop_back(); break;
-      case Json::parse_event_t::key: addMember(parsed.get_ref<const std::string&>()); break;
-      case Json::parse_event_t::value: break;
+  bool start_object(std::size_t) override { return enter(); }
+  bool start_array(std::size_t) override { return enter(); }
+  bool end_object() override { return leave(); }
+  bool end_array() override { return leave(); }
+  bool key(string_t& name) override {
+    if (!members_.back().insert(name).second) {
+      throw DocumentError(fmt::format("{} stands twice in one object", inQuotes(name)));
     }
     return true;
   }
 
+  bool null() override { return true; }
+  bool boolean(bool) override { return true; }
+  bool number_integer(number_integer_t) override { return true; }
+  bool number_unsigned(number_unsigned_t) override { return true; }
+  bool number_float(number_float_t, const string_t&) override { return true; }
+  bool string(string_t&) override { return true; }
+  bool binary(binary_t&) override { return true; }
+  /// Ends the check: the parser finds the error again, and reports it.
+  bool parse_error(std::size_t, const std::string&, const Json::exception&) override { return false; }
+
  private:
-  void enter() {
+  bool enter() {
     if (members_.size() == maxDepth) throw DocumentError(fmt::format("nested deeper than {} levels", maxDepth));
     members_.emplace_back();
+    return true;
   }
-
-  void addMember(const std::string& name) {
-    if (!members_.back().insert(name).second) {
-      throw DocumentError(fmt::format("{} stands twice in one object", inQuotes(name)));
-    }
+  bool leave() {
+    members_.pop_back();
+    return true;
   }
 
   std::vector<std::set<std::string>> members_;  // of each open container, from the outermost
@@ -57,7 +66,9 @@ Json parseJson(std::string_view text) {
   // The parser takes a NUL for the end of the text and would ignore what follows.
   if (text.find('\0') != std::string_view::npos) throw DocumentError("not JSON: it contains a NUL byte");
   try {
-    return Json::parse(text, StructureCheck());
+    StructureCheck check;
+    Json::sax_parse(text, &check);
+    return Json::parse(text);
   } catch (const Json::exception& error) {
     throw DocumentError(fmt::format("not JSON: {}", reasonOf(error)));
   }

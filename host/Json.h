@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Source.h"
+#include "Zarn/SlabAllocator.h"
 
 namespace host {
 
@@ -19,10 +20,37 @@ class DocumentError : public StatusRefused {
   using StatusRefused::StatusRefused;
 };
 
+/// Takes single objects from the slabs and the rest from the heap. A document of a thousand ports is made of tens of
+/// thousands of small nodes: in the heap, those that are gone leave as many holes among those that stay, and the agent
+/// library, which takes dozens of blocks for each varbind, would get them from ever other places.
+template <class T>
+struct NodeAllocator {
+  using value_type = T;
+
+  NodeAllocator() = default;
+  template <class U>
+  NodeAllocator(const NodeAllocator<U>&) noexcept {}
+
+  T* allocate(std::size_t count) {
+    const std::size_t size = count * sizeof(T);
+    return static_cast<T*>(count == 1 ? Zarn::slabAllocate(size) : ::operator new(size));
+  }
+  void deallocate(T* block, std::size_t count) noexcept {
+    if (count == 1) {
+      Zarn::slabFree(block, sizeof(T));
+    } else {
+      ::operator delete(block);
+    }
+  }
+
+  friend bool operator==(const NodeAllocator&, const NodeAllocator&) noexcept { return true; }
+};
+
 /// JSON whose numbers are exact over the whole range of a PTP time interval in nanoseconds (48 bits before
 /// the point and 16 behind it) and of a 64-bit counter. Do not use its dump(): the library formats a float as
 /// if it were a double.
-using Json = nlohmann::basic_json<std::map, std::vector, std::string, bool, std::int64_t, std::uint64_t, long double>;
+using Json = nlohmann::basic_json<std::map, std::vector, std::string, bool, std::int64_t, std::uint64_t, long double,
+                                  NodeAllocator>;
 
 static_assert(std::numeric_limits<long double>::digits >= 64, "a time interval needs 64 significant bits");
 

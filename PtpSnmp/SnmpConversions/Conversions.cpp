@@ -1,7 +1,6 @@
 #include "SnmpConversions/Conversions.h"
 
 #include <array>
-#include <string_view>
 
 #include "Snmp/Converters.h"
 #include "Zarn/Exception.h"
@@ -59,8 +58,8 @@ std::int32_t ClockIdentityToAsnOctetString(const Ptp::ClockIdentity& value, unsi
 }
 
 std::int32_t PortIdentityToAsnOctetString(const Ptp::PortIdentity& value, unsigned char* buffer, std::int32_t length) {
-  const Kestor::String text = value.stringValue();
-  return Snmp::StringToAsnOctetStringF{}(text, buffer, static_cast<std::size_t>(static_cast<std::int64_t>(length)));
+  return Snmp::StringToAsnOctetStringF{}(value.text(), buffer,
+                                         static_cast<std::size_t>(static_cast<std::int64_t>(length)));
 }
 
 std::int32_t PtpModeAsDelayToAsnInteger(const Ptp::PtpMode& value, unsigned char* buffer, std::int32_t length) {
@@ -77,14 +76,12 @@ std::int32_t PtpRoleToAsnInteger(const PtpMib::ClockRoleType& value, unsigned ch
 }
 
 std::int32_t AddressTypeToAsnOid(const Ptp::TransportMode& value, unsigned char* buffer, std::int32_t length) {
-  std::string_view text;
-  switch (code(value)) {
-    case 0: text = ".1.3.6.1.2.1.241.1.2.12.3"; break;
-    case 1: text = ".1.3.6.1.2.1.241.1.2.12.1"; break;
-    case 2: text = ".1.3.6.1.2.1.241.1.2.12.2"; break;
-    default: break;
-  }
-  return Snmp::SnmpObjectIdentifierToAsnOidF{}(Snmp::ObjectIdentifier(text), buffer,
+  // Read from their text once: a walk asks for two of them per port.
+  static const std::array<Snmp::ObjectIdentifier, 4> identifiers{
+      Snmp::ObjectIdentifier(".1.3.6.1.2.1.241.1.2.12.3"), Snmp::ObjectIdentifier(".1.3.6.1.2.1.241.1.2.12.1"),
+      Snmp::ObjectIdentifier(".1.3.6.1.2.1.241.1.2.12.2"), Snmp::ObjectIdentifier("")};
+  const unsigned transport = code(value);
+  return Snmp::SnmpObjectIdentifierToAsnOidF{}(identifiers[transport <= 2 ? transport : 3], buffer,
                                                static_cast<std::size_t>(static_cast<std::int64_t>(length)));
 }
 

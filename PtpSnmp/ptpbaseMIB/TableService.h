@@ -11,6 +11,7 @@
 #include "Zarn/Exception.h"
 #include "ptpbaseMIB/Column.h"
 #include "ptpbaseMIB/KeyIndex.h"
+#include "ptpbaseMIB/Recycled.h"
 #include "ptpbaseMIB/SnmpTrace.h"
 
 /// The logic of the agent library's callbacks, once for all tables. They are called from C, so nothing may
@@ -29,6 +30,7 @@ class TableIterator {
   using Key = typename T::Key;
   using Index = KeyIndex<Key>;
   using Iterator = typename Zarn::RbTreeMap<Key, typename T::Row>::BasicIteratorConst;
+  using Contexts = Recycled<Iterator>;
 
  public:
   /// Begins a walk at the row that the hint names, or else at the first row. The loop-context slot holds the
@@ -56,7 +58,7 @@ class TableIterator {
       position = rows.begin();
       count(record, Snmp::startedAtFirst);
     }
-    auto* const context = new Iterator(std::move(position));
+    auto* const context = Contexts::make(std::move(position));
     trace("_get_first_data_point - allocated new loop context ", address(context), ", hintMatched=", hintMatched);
     *loopContext = context;
     return writeIndex(context, indexes);
@@ -87,25 +89,26 @@ class TableIterator {
       return nullptr;
     }
     netsnmp_variable_list* varbind = indexes;
-    [&]<std::size_t... I>(std::index_sequence<I...>) { (writeComponent<I>(position->key(), varbind), ...); }
+    std::array<u_char, maxBuffer> buffer;
+    [&]<std::size_t... I>(std::index_sequence<I...>) { (writeComponent<I>(position->key(), varbind, buffer), ...); }
     (std::make_index_sequence<Index::size>{});
     return indexes;
   }
 
   static void* makeDataContext(const void* loopContext) noexcept {
-    auto* const context = new Iterator(*static_cast<const Iterator*>(loopContext));
+    auto* const context = Contexts::make(*static_cast<const Iterator*>(loopContext));
     trace("_make_data_context - allocated data context ", address(context), " for loop context ", address(loopContext));
     return context;
   }
 
   static void freeDataContext(void* context) noexcept {
     trace("_free_data_context ", address(context));
-    delete static_cast<Iterator*>(context);
+    Contexts::free(static_cast<Iterator*>(context));
   }
 
   static void freeLoopContextAtEnd(void* context) noexcept {
     trace("_free_loop_context_at_end ", address(context));
-    delete static_cast<Iterator*>(context);
+    Contexts::free(static_cast<Iterator*>(context));
   }
 
   /// The row that a data context stands on.
@@ -174,12 +177,11 @@ class TableIterator {
   // Writes one component and steps on. There are fewer varbinds than components where one could not be set up at
   // registration; what has no place is left out.
   template <std::size_t I>
-  static void writeComponent(const Key& key, netsnmp_variable_list*& varbind) {
+  static void writeComponent(const Key& key, netsnmp_variable_list*& varbind, std::array<u_char, maxBuffer>& buffer) {
     if (varbind == nullptr) return;
     const auto value = Index::template value<I>(key);
     using Value = std::remove_const_t<decltype(value)>;
     trace("IterationHelper - iterator has another value: ", Index::template name<I>(), "=", value);
-    std::array<u_char, maxBuffer> buffer;
     const std::int32_t length = Component<Value>::encode(value, buffer.data(), maxBuffer);
     snmp_set_var_typed_value(varbind, Component<Value>::asnType, buffer.data(), static_cast<std::size_t>(length));
     varbind = varbind->next_variable;

@@ -18,14 +18,26 @@ std::optional<T> parse(std::string_view digits, int base) {
   return value;
 }
 
+constexpr std::size_t clockTextSize = 18;
+
 // Digits stand at "oooooo.oooo.oooooo": three, two and three octets.
 std::optional<std::uint64_t> parseClock(std::string_view text) {
-  if (text.size() != 18 || text[6] != '.' || text[11] != '.') return std::nullopt;
+  if (text.size() != clockTextSize || text[6] != '.' || text[11] != '.') return std::nullopt;
   const auto high = parse<std::uint64_t>(text.substr(0, 6), 16);
   const auto middle = parse<std::uint64_t>(text.substr(7, 4), 16);
   const auto low = parse<std::uint64_t>(text.substr(12, 6), 16);
   if (!high || !middle || !low) return std::nullopt;
   return *high << 40 | *middle << 24 | *low;
+}
+
+// Returns where the text ends.
+char* writeClock(std::uint64_t clock, char* text) noexcept {
+  static constexpr char digits[] = "0123456789abcdef";
+  int shift = 64;
+  for (std::size_t i = 0; i < clockTextSize; ++i) {
+    text[i] = i == 6 || i == 11 ? '.' : digits[(clock >> (shift -= 4)) & 0xf];
+  }
+  return text + clockTextSize;
 }
 
 }  // namespace
@@ -39,8 +51,9 @@ ClockIdentity::ClockIdentity(std::string_view text) {
 }
 
 Kestor::String ClockIdentity::stringValue() const {
-  const std::uint64_t value = id.value();
-  return fmt::format("{:06x}.{:04x}.{:06x}", value >> 40, (value >> 24) & 0xffff, value & 0xffffff);
+  Kestor::String text(clockTextSize, '\0');
+  writeClock(id.value(), text.data());
+  return text;
 }
 
 PortIdentity::PortIdentity(std::string_view text) {
@@ -54,8 +67,13 @@ PortIdentity::PortIdentity(std::string_view text) {
   portNumber.valueIs(*port);
 }
 
-Kestor::String PortIdentity::stringValue() const {
-  return fmt::format("{}-{}", clockIdentity.stringValue(), portNumber.value());
+PortIdentity::Text PortIdentity::text() const noexcept {
+  Text text;
+  char* end = writeClock(clockIdentity.id.value(), text.characters_.data());
+  *end++ = '-';
+  end = std::to_chars(end, text.characters_.end(), portNumber.value()).ptr;
+  text.size_ = static_cast<std::size_t>(end - text.characters_.begin());
+  return text;
 }
 
 std::ostream& operator<<(std::ostream& os, const ClockIdentity& identity) { return os << identity.stringValue(); }

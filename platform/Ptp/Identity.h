@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <ostream>
 #include <string_view>
@@ -34,9 +36,24 @@ struct PortIdentity {
   explicit PortIdentity(std::string_view text);
 
   Kestor::String stringValue() const;
+  /// The same, on the caller's frame.
+  class Text;
+  Text text() const noexcept;
 
   friend bool operator==(const PortIdentity&, const PortIdentity&) noexcept = default;
 };
+
+class PortIdentity::Text {
+ public:
+  operator std::string_view() const noexcept { return {characters_.data(), size_}; }
+
+ private:
+  friend struct PortIdentity;
+  std::array<char, sizeof "001122.fffe.334455-65535" - 1> characters_;
+  std::size_t size_ = 0;
+};
+
+inline Kestor::String PortIdentity::stringValue() const { return Kestor::String(std::string_view(text())); }
 
 std::ostream& operator<<(std::ostream& os, const ClockIdentity& identity);
 std::ostream& operator<<(std::ostream& os, const PortIdentity& identity);

@@ -5,6 +5,7 @@ fixed time: `wait_for` polls for a state until a deadline.
 """
 
 import contextlib
+import json
 import os
 import re
 import shutil
@@ -135,6 +136,14 @@ class Namespace:
             command("ip", "-n", self.name, "link", "add", name, "type", "veth", "peer", "name", f"{name}-peer")
             for end in (name, f"{name}-peer"):
                 self.set_link(end, "up")
+
+    def add_pairs(self, number):
+        """Both ends of many veth pairs, down: fast, and more interfaces than names are needed for."""
+        lines = "".join(f"link add pair{i} type veth peer name peer{i}\n" for i in range(number))
+        subprocess.run(["ip", "-n", self.name, "-batch", "-"], input=lines, text=True, check=True)
+
+    def if_indexes(self):
+        return sorted(link["ifindex"] for link in json.loads(command("ip", "-n", self.name, "-json", "link", "show")))
 
     def delete(self, interface):
         command("ip", "-n", self.name, "link", "delete", interface)
@@ -285,6 +294,11 @@ class Snmpd(Process):
         super().__enter__()
         wait_for("snmpd answers", self.up_time)
         return self
+
+    def run_under(self, *tool):
+        """Has a tool such as valgrind run it."""
+        at = self._arguments.index("snmpd")
+        self._arguments[at:at] = [str(argument) for argument in tool]
 
     def up_time(self):
         return self.snmp.get("1.3.6.1.2.1.1.3.0")
