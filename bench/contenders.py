@@ -54,11 +54,12 @@ class Contender:
         if self.ports < SLICE:
             start = f"{self.root}.{self.columns[0][0]}"
             cells = self.ports * len(self.columns)
-            return sum(self.client.walk(start, cells) for _ in range(max(1, SLICE // cells)))
+            return sum(self.client.walk(start, cells, self.root) for _ in range(max(1, SLICE // cells)))
         table, column = self.columns[number % len(self.columns)]
         windows = self.ports // SLICE
         first = number * 37 % windows * SLICE  # other rows each time
-        return self.client.walk(f"{self.root}.{table}.1.{column}.0.2.1.{first}", SLICE)
+        return self.client.walk(f"{self.root}.{table}.1.{column}.0.2.1.{first}", SLICE,
+                                f"{self.root}.{table}.1.{column}")
 
     def cells(self, number, count):
         """Encoded names of one column's cells, scattered over the rows."""
@@ -86,7 +87,8 @@ class IfTable(Contender):
         self._indexes = indexes
 
     def walk_slice(self, number):
-        return self.client.walk(f"{self.root}.1.{number % len(self.columns) + 1}", SLICE)
+        column = f"{self.root}.1.{number % len(self.columns) + 1}"
+        return self.client.walk(column, SLICE, column)
 
     def cells(self, number, count):
         return [object_identifier(f"{self.root}.1.4.{self._indexes[(number + i) * 7919 % len(self._indexes)]}")

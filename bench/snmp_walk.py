@@ -77,14 +77,13 @@ class Client:
         _, name_end = open_value(response, begin)
         return count, response[begin:name_end]
 
-    def walk(self, root, limit=None):
-        """The varbinds that a walk of the subtree, or of its first ones up to a limit, took."""
+    def walk(self, start, cells, root):
+        """Walks so many cells, all of which must lie under the root; returns their number."""
         prefix = object_identifier(root)[2:]
-        name, total = object_identifier(root), 0
-        while limit is None or total < limit:
-            wanted = REPETITIONS if limit is None else min(REPETITIONS, limit - total)
-            count, name = self.ask(GETBULK, [name], wanted)
+        name, total = object_identifier(start), 0
+        while total < cells:
+            count, name = self.ask(GETBULK, [name], min(REPETITIONS, cells - total))
             total += count
             if name[2:2 + len(prefix)] != prefix:
-                break
+                raise RuntimeError(f"{root} ends after {total} cells of {cells}")
         return total

@@ -34,6 +34,10 @@ using Pool = boost::pool<boost::default_user_allocator_new_delete>;
 Pool& poolOf(std::size_t size) {
   static constexpr std::size_t step = alignof(std::max_align_t);
   static constexpr std::size_t directSizes = 32;
+  // In blocks. Slabs double in size up to the largest: beyond that a pool would hold room for as many blocks again as
+  // it has.
+  static constexpr std::size_t firstSlab = 32;
+  static constexpr std::size_t largestSlab = 2048;
   // Never destroyed, like the trackers: an entity may be released by another library's static destructor.
   static auto* pools = new std::map<std::size_t, std::unique_ptr<Pool>>;
   static Pool* direct[directSizes] = {};
@@ -41,7 +45,7 @@ Pool& poolOf(std::size_t size) {
   const std::size_t index = (size + step - 1) / step;
   if (index < directSizes && direct[index] != nullptr) return *direct[index];
   std::unique_ptr<Pool>& pool = (*pools)[index];
-  if (!pool) pool = std::make_unique<Pool>(index * step);
+  if (!pool) pool = std::make_unique<Pool>(index * step, firstSlab, largestSlab);
   if (index < directSizes) direct[index] = pool.get();
   return *pool;
 }

@@ -8,6 +8,7 @@
 #include <limits>
 #include <vector>
 
+#include "Kestor/String.h"
 #include "Zarn/Exception.h"
 
 namespace {
