@@ -1,3 +1,4 @@
+#include "Kestor/String.h"
 #include "Snmp/Converters.h"
 
 #include <gtest/gtest.h>
