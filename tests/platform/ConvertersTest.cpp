@@ -1,4 +1,3 @@
-#include "Kestor/String.h"
 #include "Snmp/Converters.h"
 
 #include <gtest/gtest.h>
