@@ -31,7 +31,7 @@ from service_test import Manager  # noqa: E402
 from snmp_client import GET, GETBULK, ask, reading, udp_socket  # noqa: E402
 
 SANITIZED = os.environ.get("PTPSNMPD_SANITIZED") == "1"
-KILLS = 100
+KILLS = 20 if SANITIZED else 100
 SERVICE_KILLS = 20
 TABLES = ".".join(map(str, PTPBASE))
 PRIORITY1 = (*PTPBASE, 1, 2, 3, 1, 6, 0, 2, 1)
@@ -42,7 +42,7 @@ def clock(ports=4, priority1=128, names=""):
     return {
         "defaultDS": {"clockIdentity": "001122.fffe.334455", "clockMode": 1, "priority1": priority1},
         "mibData": {"packetsSent": priority1},
-        "ports": {f"001122.fffe.334455-{number}": {"interface": f"{names}eth{number}", "portState": 9 if number == 1 else 6}
+        "ports": {f"001122.fffe.334455-{number}": {"interface": f"{names}eth{number}", "portState": 6}
                   for number in range(1, ports + 1)},
     }
 
@@ -95,17 +95,22 @@ class Load:
         self._stop.set()
         self._thread.join()
 
+    def complete(self):
+        """Those that were not before the first rows."""
+        return [cells for cells in self.walks if cells]
+
     def _run(self):
         while not self._stop.is_set():
             cells = walk(self._port, seconds=0.2)
             if cells is None:
+                time.sleep(0.01)  # the port is closed, which is known at once
                 self.broken += 1
             else:
                 self.walks.append(cells)
 
 
 class Killed(unittest.TestCase):
-    def test_of_a_hundred_kills_of_the_daemon_nothing_remains(self):
+    def test_of_kills_of_the_daemon_nothing_remains(self):
         """Lost: answers between the kill and the next start. No walk that ends is wrong, and nothing piles up."""
         with scratch_folder() as folder, FakeService(str(folder / "ptp4l")) as service:
             service.tell(ports=4)
@@ -113,24 +118,23 @@ class Killed(unittest.TestCase):
             runtime.mkdir()
             port = free_udp_port()
             daemon = Process(folder, "ptpsnmpd", [
-                "env", f"RUNTIME_DIRECTORY={runtime}", daemon_program(), "--listen", f"udp:127.0.0.1:{port}", "--source",
-                f"ptp4l:{service.path}", "--trace", "Snmp/off", "--pid-file", folder / "pid"])
+                "env", f"RUNTIME_DIRECTORY={runtime}", daemon_program(), "--listen", f"udp:127.0.0.1:{port}",
+                "--source", f"ptp4l:{service.path}", "--trace", "Snmp/off", "--pid-file", folder / "pid"])
             with Load(port) as load:
-                whole = None
+                with daemon:
+                    whole = set(wait_for("rows", lambda: walk(port)))
                 for _ in range(KILLS):
                     with daemon:
-                        wait_for("rows", lambda: walk(port))
-                        whole = whole or set(walk(port))
+                        before = len(load.complete())
+                        wait_for("a whole walk", lambda: len(load.complete()) > before)
                         self.assertEqual(daemon.stop(signal.SIGKILL), -signal.SIGKILL)
                 with daemon:
                     wait_for("rows", lambda: walk(port))
                     self.assertLessEqual(len(os.listdir(runtime)), 1)
                     self.assertEqual(daemon.stop(), 0)
                 self.assertEqual(os.listdir(runtime), [])
-            complete = [cells for cells in load.walks if cells]
-            self.assertGreater(len(complete), KILLS)
-            for cells in complete:
-                self.assertEqual(set(cells), whole)
+            for cells in load.complete():
+                self.assertTrue(set(cells) == whole)
 
     def test_of_kills_of_the_ptp_service_nothing_remains(self):
         """Lost: the rows, while there is no service. They are back with its first answers, and none is stale."""
@@ -190,7 +194,6 @@ class Exhausted(unittest.TestCase):
             states = {128: 2, 7: large}
             outcomes = [self.outcome(folder, source, megabytes << 20, states) for megabytes in range(24, 75, 3)]
             print(f"outcomes from 24 to 72 MB: {outcomes}", file=sys.stderr)
-            self.assertEqual(outcomes[0], "not started")
             self.assertEqual(outcomes[-1], "new")
             self.assertTrue({"ended", "old"} & set(outcomes))
 
@@ -199,14 +202,19 @@ class Exhausted(unittest.TestCase):
         with Process(folder, f"limit-{limit}", [
                 "prlimit", f"--as={limit}", daemon_program(), "--listen", f"udp:127.0.0.1:{port}", "--source", source,
                 "--trace", "Snmp/off"]) as daemon:
-            wait_for("an outcome", lambda: ended(daemon) or "is ignored" in daemon.output() or priority1(port, 0.2) == 7, 60)
+            wait_for("an outcome", lambda: ended(daemon) or "is ignored" in daemon.output()
+                     or priority1(port, 0.2) == 7, 60)
             if not ended(daemon):
                 shown = priority1(port)
                 self.assertEqual(ports_shown(port), states[shown])
                 self.assertEqual(daemon.stop(), 0)
                 return "new" if shown == 7 else "old"
+            if "is ready" not in daemon.output():
+                # While it starts, the SNMP library does not look at what malloc gives it.
+                self.assertNotEqual(daemon.stop(), 0)
+                return "not started"
             self.assert_ended_with_a_message(daemon)
-            return "ended" if "is ready" in daemon.output() else "not started"
+            return "ended"
 
     def assert_ended_with_a_message(self, daemon):
         # Memory that runs out where nothing may throw ends the process there, and so do assertions of libraries.
@@ -215,7 +223,7 @@ class Exhausted(unittest.TestCase):
         self.assertRegex(daemon.output(), "error|std::bad_alloc|Assertion")
 
     def test_too_few_descriptors_are_said_or_suffice(self):
-        """Lost: the start, with a message; or requests, since the library reads /etc/hosts.allow for each, and says so."""
+        """Lost: the start, with a message; or requests, as the library reads /etc/hosts.allow for each. It says so."""
         with scratch_folder() as folder, FakeService(str(folder / "ptp4l")) as service:
             outcomes = set()
             for limit in range(4, 17):
@@ -263,8 +271,8 @@ class ClockJumps(unittest.TestCase):
             offset.write_text("+0")
             daemon = Process(folder, "ptpsnmpd", [
                 "env", f"LD_PRELOAD={library[0]}", f"FAKETIME_TIMESTAMP_FILE={offset}", "FAKETIME_NO_CACHE=1",
-                "FAKETIME_DONT_FAKE_MONOTONIC=1", f"NOTIFY_SOCKET={manager.path}", "WATCHDOG_USEC=500000", daemon_program(),
-                "--listen", f"udp:127.0.0.1:{port}", "--source", source, "--trace", "Snmp/off"])
+                "FAKETIME_DONT_FAKE_MONOTONIC=1", f"NOTIFY_SOCKET={manager.path}", "WATCHDOG_USEC=500000",
+                daemon_program(), "--listen", f"udp:127.0.0.1:{port}", "--source", source, "--trace", "Snmp/off"])
             with daemon:
                 manager.hears("READY=1")
                 start, jumps = time.monotonic(), 0
@@ -303,7 +311,8 @@ class Floods(unittest.TestCase):
                         shown = response.varbinds[0][2]
                         self.assertLess(time.monotonic() - start, 60)
                 print(f"{len(changes)} changes in {time.monotonic() - start:.1f} s; answers within "
-                      f"{statistics.median(taken) * 1000:.1f} ms (median), {max(taken) * 1000:.0f} ms (most)", file=sys.stderr)
+                      f"{statistics.median(taken) * 1000:.1f} ms (median), {max(taken) * 1000:.0f} ms (most)",
+                      file=sys.stderr)
                 self.assertLess(statistics.median(taken), 0.1)
 
     def test_events_as_fast_as_they_can_be_sent_end_in_the_last_state(self):
@@ -313,7 +322,11 @@ class Floods(unittest.TestCase):
             service.tell(ports=ports)
             with Daemon(folder, "--source", f"ptp4l:{service.path}", "--poll", "100", "--trace", "Snmp/off") as daemon:
                 state_of = (*PTPBASE, 1, 2, 9, 1, 6, 0, 2, 1)
-                shown = lambda: {walk(daemon.port).get((*state_of, port), (0, 0))[1] for port in range(1, ports + 1)}  # noqa: E731
+
+                def shown():
+                    cells = walk(daemon.port)
+                    return {cells.get((*state_of, port), (0, 0))[1] for port in range(1, ports + 1)}
+
                 wait_for("a subscription", lambda: service.tell(states={"1": 7}) or 7 in shown())
                 start = time.monotonic()
                 for number in range(rounds):
@@ -330,8 +343,8 @@ class Floods(unittest.TestCase):
         with scratch_folder() as folder, Manager(folder) as manager:
             port = free_udp_port()
             daemon = Process(folder, "ptpsnmpd", [
-                "env", f"NOTIFY_SOCKET={manager.path}", f"WATCHDOG_USEC={int(period * 1e6)}", daemon_program(), "--listen",
-                f"udp:127.0.0.1:{port}", "--source", replay(folder, (0, clock(ports=200))), "--trace", "Snmp/off"])
+                "env", f"NOTIFY_SOCKET={manager.path}", f"WATCHDOG_USEC={int(period * 1e6)}", daemon_program(),
+                "--listen", f"udp:127.0.0.1:{port}", "--source", replay(folder, (0, clock(ports=200))), "--trace", "Snmp/off"])
             with daemon, contextlib.ExitStack() as stack:
                 manager.hears("READY=1")
                 sockets = [stack.enter_context(udp_socket(port)) for _ in range(clients)]
@@ -473,7 +486,9 @@ class OddMasters(unittest.TestCase):
                              "endless": lambda r: r[:16] + b"\x7f\xff\xff\xff" + r[20:]}.items():
             with self.subTest(name):
                 def odd(kind, response, answer=answer):
-                    return (0, answer(response), name not in ("garbage", "endless")) if kind == REGISTER else (0, response, True)
+                    if kind != REGISTER:
+                        return 0, response, True
+                    return 0, answer(response), name not in ("garbage", "endless")
                 self.beside(odd, lambda heard: heard.count(REGISTER) >= 1)
 
 

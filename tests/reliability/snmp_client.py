@@ -124,9 +124,14 @@ def decode(tag, octets):
 
 
 def udp_socket(port, address="127.0.0.1"):
-    made = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-    made.connect((address, port))
-    return made
+    """Never on the port that it asks, which is free while the agent is away: it would talk to itself."""
+    while True:
+        made = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+        made.bind(("", 0))
+        if made.getsockname()[1] != port:
+            made.connect((address, port))
+            return made
+        made.close()
 
 
 def ask(asking, request, seconds):

@@ -14,7 +14,8 @@ from pathlib import Path
 sys.path.insert(0, str(Path(__file__).parent.parent / "end_to_end"))
 
 from fake_service_test import FakeService  # noqa: E402
-from harness import SKIPPED, Process, Snmp, daemon_program, free_udp_port, loader_file, run_tests, scratch_folder, wait_for  # noqa: E402
+from harness import (SKIPPED, Process, Snmp, daemon_program, free_udp_port, loader_file, run_tests,  # noqa: E402
+                     scratch_folder, wait_for)
 
 PTPBASE = "1.3.6.1.2.1.241"
 ERRORS_FOUND = 99
@@ -24,7 +25,7 @@ RELOADS = 3
 
 def valgrind(*options):
     return ["valgrind", "--quiet", "--leak-check=full", "--show-leak-kinds=definite,indirect",
-            "--errors-for-leak-kinds=definite,indirect", f"--error-exitcode={ERRORS_FOUND}", "--track-fds=no",
+            "--errors-for-leak-kinds=definite,indirect", f"--error-exitcode={ERRORS_FOUND}",
             "--num-callers=40", "--keep-debuginfo=yes", "--fullpath-after=", *options]
 
 
@@ -116,7 +117,7 @@ class UnderValgrind(unittest.TestCase):
 
 
 def suppressions(output):
-    """Those that valgrind printed, in braces, between its complaints. None may cover a leak of whatever size."""
+    """Those that valgrind printed, in braces, between its complaints."""
     kept, within = [], False
     for line in output.splitlines(keepends=True):
         within = within or line == "{\n"
