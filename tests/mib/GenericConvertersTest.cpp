@@ -3,6 +3,7 @@
 
 #include <limits>
 
+#include "Kestor/String.h"
 #include "Snmp/Converters.h"
 #include "Varbind.h"
 
