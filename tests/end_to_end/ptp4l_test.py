@@ -8,6 +8,7 @@ import contextlib
 import os
 import signal
 import subprocess
+import time
 import unittest
 from pathlib import Path
 
@@ -22,6 +23,7 @@ IF_INDEX = f"{TABLES}.{PORT_RUNNING}.1.8.{CLOCK}.1"
 STEPS_REMOVED = f"{TABLES}.{CURRENT}.1.4.{CLOCK}"
 COUNTERS = [f"{TABLES}.{RUNNING}.1.{column}.{CLOCK}" for column in (5, 6)]
 LISTENING, MASTER, SLAVE = 4, 6, 9
+STOPPED = 30  # seconds
 
 
 class Live(unittest.TestCase):
@@ -103,8 +105,12 @@ class Live(unittest.TestCase):
         self.rows(agent)
         wait_for("packets", lambda: min(self.counters(agent)) > 0)
         service.signal(signal.SIGSTOP)
+        stopped, missed = time.monotonic(), agent.output().count("does not answer")
         before = self.counters(agent)
         wait_for("no rows", lambda: agent.snmp.walk(PTPBASE) == {})
+        wait_for("half a minute has passed", lambda: time.monotonic() > stopped + STOPPED, seconds=2 * STOPPED)
+        self.assertEqual(agent.snmp.walk(PTPBASE), {})
+        self.assertEqual(agent.output().count("does not answer"), missed + 1)
         service.signal(signal.SIGCONT)
         wait_for("rows, after a poll or two", lambda: agent.snmp.walk(TABLES), seconds=5)
         for now, then in zip(self.counters(agent), before):
