@@ -1,7 +1,7 @@
 // What a port takes of the module, without a host around it:
 //
-//   ports memory            bytes of heap per port, all told: data sets, counters, rows, maps and interface index
-//   ports events N EVENTS   a clock with N ports, of which EVENTS go and come back, for an instruction counter
+//   ports memory                 bytes of heap per port, all told: data sets, counters, rows, maps and interface index
+//   ports events N EVENTS SEED   a clock with N ports, of which EVENTS go and come back, for an instruction counter
 #include <fmt/format.h>
 #include <malloc.h>
 
@@ -9,6 +9,17 @@
 #include <string_view>
 
 #include "PtpSnmpAgent/Root.h"
+#include "Zarn/HashMap2018.h"
+
+namespace {
+
+std::uint64_t seed = 0;
+
+}  // namespace
+
+// In place of the platform's own, which draws it at random: how long the hash maps search depends on it, and two
+// counts of one build must agree to the instruction.
+std::uint64_t Zarn::hashSeed() noexcept { return seed; }
 
 namespace {
 
@@ -86,10 +97,11 @@ int main(int argc, char** argv) {
   const std::string_view what = argc > 1 ? argv[1] : "";
   if (what == "memory" && argc == 2) {
     memory();
-  } else if (what == "events" && argc == 4) {
+  } else if (what == "events" && argc == 5) {
+    seed = std::strtoull(argv[4], nullptr, 0);
     events(static_cast<unsigned>(std::atoi(argv[2])), static_cast<unsigned>(std::atoi(argv[3])));
   } else {
-    fmt::print(stderr, "usage: ports memory | ports events N EVENTS\n");
+    fmt::print(stderr, "usage: ports memory | ports events N EVENTS SEED\n");
     return 2;
   }
 }
