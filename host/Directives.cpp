@@ -3,7 +3,6 @@
 #include "NetSnmp.h"
 
 #include <charconv>
-#include <cstring>
 
 #include "Zarn/Exception.h"
 #include "Zarn/Trace.h"

@@ -4,13 +4,14 @@
 
 #include <spdlog/spdlog.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <utility>
+
+#include "UnixAddress.h"
 
 // The library's own way to connect. Its headers are not installed.
 extern "C" {
@@ -32,13 +33,6 @@ constexpr int reasonShutdown = 5;  // RFC 2741, 6.2.2
 
 // RFC 2741, 6.1: version 1, a ping without context, in network byte order, of session, transaction and packet 0.
 constexpr std::array<std::uint8_t, 20> pingPdu{1, 13, 0x10, 0};
-
-sockaddr_un addressOf(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::copy_n(path.begin(), std::min(path.size(), sizeof(address.sun_path) - 1), address.sun_path);
-  return address;
-}
 
 // The library's own way waits for the answer.
 void sendClose() {
@@ -85,7 +79,7 @@ void AgentXLink::watch() {
 }
 
 std::string AgentXLink::ping() {
-  const sockaddr_un address = addressOf(socketPath_);
+  const sockaddr_un address = unixAddress(socketPath_);
   ping_ = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
   if (ping_ < 0 || ::connect(ping_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
       send(ping_, pingPdu.data(), pingPdu.size(), MSG_NOSIGNAL) != ssize_t{pingPdu.size()}) {

@@ -15,6 +15,7 @@ namespace host {
 class AgentXLink {
  public:
   /// Begins to connect. The engine must be a sub-agent's and outlive the link, as must the loop.
+  /// REQUIRES fitsUnixAddress(socketPath).
   AgentXLink(EventLoop& loop, std::string socketPath);
   AgentXLink(const AgentXLink&) = delete;
   AgentXLink& operator=(const AgentXLink&) = delete;

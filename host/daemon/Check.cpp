@@ -5,7 +5,6 @@
 #include <spdlog/sinks/ringbuffer_sink.h>
 #include <spdlog/spdlog.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +18,7 @@
 #include "ServedClock.h"
 #include "SnmpdAccess.h"
 #include "StatusSnapshot.h"
+#include "UnixAddress.h"
 
 namespace host {
 namespace {
@@ -66,10 +66,8 @@ class CapturedLog {
 
 // 0 where a connection is taken, or the error of the try.
 int connectionError(const std::string& path, int type) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof(address.sun_path)) return ENAMETOOLONG;
-  std::copy(path.begin(), path.end(), address.sun_path);
+  if (!fitsUnixAddress(path)) return ENAMETOOLONG;
+  const sockaddr_un address = unixAddress(path);
   const int fd = socket(AF_UNIX, type | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
   if (fd < 0) return errno;
   const bool taken = connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;

@@ -7,6 +7,7 @@
 
 #include "BuildInfo.h"
 #include "MibModule.h"
+#include "UnixAddress.h"
 #include "Zarn/Exception.h"
 #include "Zarn/Trace.h"
 
@@ -22,7 +23,8 @@ std::string programFolder() {
 }
 
 std::string checkSocket(const std::string& path) {
-  return path.starts_with('/') ? "" : "\"" + path + "\" is not the path of a socket: it does not begin with /";
+  if (!path.starts_with('/')) return "\"" + path + "\" is not the path of a socket: it does not begin with /";
+  return fitsUnixAddress(path) ? "" : "\"" + path + "\" is too long for the path of a socket";
 }
 
 std::string checkTrace(const std::string& selection) {

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <sys/socket.h>
 #include <sys/un.h>
 
 #include <string>
 
-namespace host::ptp4l {
+namespace host {
 
 /// Whether a path is short enough for a socket's address.
 inline bool fitsUnixAddress(const std::string& path) {
@@ -19,4 +20,4 @@ inline sockaddr_un unixAddress(const std::string& path) {
   return address;
 }
 
-}  // namespace host::ptp4l
+}  // namespace host
