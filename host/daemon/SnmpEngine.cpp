@@ -45,8 +45,9 @@ int logLibraryMessage(int, int, void* message, void*) {
 
 // Runs on each reading of the configuration, ahead of the library's own warning that nobody has access.
 int grantLoopbackAccess(int, int, void*, void* builtInAccess) {
-  if (vacm_is_configured() != 0) return SNMP_ERR_NOERROR;
-  *static_cast<bool*>(builtInAccess) = true;
+  const bool granted = vacm_is_configured() != 0;
+  *static_cast<bool*>(builtInAccess) = !granted;
+  if (granted) return SNMP_ERR_NOERROR;
   for (std::string line : loopbackAccess) netsnmp_config(line.data());
   return SNMP_ERR_NOERROR;
 }
