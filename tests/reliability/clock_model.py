@@ -197,8 +197,8 @@ class ChangingClock:
         self._default()
         for data_set in (self._current, self._parent, self._time, self._mib_data):
             data_set()
-        for _ in range(8):
-            self._port_comes()
+        for key in self.KEYS:  # the most at once at first: whatever memory grows by later was lost
+            self._port_comes(key)
 
     def change(self):
         """The document after one more change, which nobody else holds."""
@@ -277,8 +277,8 @@ class ChangingClock:
         taken = {port["portIdentity"].rpartition("-")[2] for port in self.document["ports"].values()}
         return self.random.choice([number for number in self.NUMBERS if str(number) not in taken])
 
-    def _port_comes(self):
-        key = self.random.choice(self.KEYS)
+    def _port_comes(self, key=None):
+        key = key or self.random.choice(self.KEYS)
         if key not in self.document["ports"]:
             self.document["ports"][key] = {"portIdentity": f"{key.rpartition('-')[0]}-{self._free_number()}",
                                            "interface": f"eth{self._up_to(30)}"}
