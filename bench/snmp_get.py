@@ -25,17 +25,13 @@ def object_identifier(text):
     return tlv(6, encoded)
 
 
-class Getter:
-    """Asks for one INTEGER of an agent on the loopback address, with SNMPv2c."""
+class AgentSocket:
+    """A socket to an agent on the loopback address, for the time of a context."""
 
-    def __init__(self, port, oid, community="public"):
-        varbind = tlv(0x30, object_identifier(oid) + tlv(5, b""))
-        self._id = len(tlv(2, b"\x01") + tlv(4, community.encode())) + 4 + 2  # where the request's id stands
-        pdu = tlv(0xa0, integer(0) + integer(0) + integer(0) + tlv(0x30, varbind))
-        self._request = bytearray(tlv(0x30, tlv(2, b"\x01") + tlv(4, community.encode()) + pdu))
+    def __init__(self, port, timeout):
         self._sequence = 1 << 24  # an agent writes numbers as short as it can: these stay at four octets
         self._socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-        self._socket.settimeout(TIMEOUT_S)
+        self._socket.settimeout(timeout)
         self._socket.connect(("127.0.0.1", port))
 
     def __enter__(self):
@@ -43,6 +39,17 @@ class Getter:
 
     def __exit__(self, *_):
         self._socket.close()
+
+
+class Getter(AgentSocket):
+    """Asks for one INTEGER of an agent on the loopback address, with SNMPv2c."""
+
+    def __init__(self, port, oid, community="public"):
+        super().__init__(port, TIMEOUT_S)
+        varbind = tlv(0x30, object_identifier(oid) + tlv(5, b""))
+        self._id = len(tlv(2, b"\x01") + tlv(4, community.encode())) + 4 + 2  # where the request's id stands
+        pdu = tlv(0xa0, integer(0) + integer(0) + integer(0) + tlv(0x30, varbind))
+        self._request = bytearray(tlv(0x30, tlv(2, b"\x01") + tlv(4, community.encode()) + pdu))
 
     def patience(self, seconds):
         """How long to wait for an answer."""

@@ -1,9 +1,7 @@
 """An SNMP client that costs little beside the agent it measures: requests are put together from bytes, and of an
 answer only the number of its varbinds and the last name are read."""
 
-import socket
-
-from snmp_get import integer, object_identifier, tlv
+from snmp_get import AgentSocket, integer, object_identifier, tlv
 
 TIMEOUT_S = 10
 GET, GETNEXT, GETBULK = 0xa0, 0xa1, 0xa5
@@ -40,21 +38,12 @@ def varbinds(response):
     return open_value(response, at)
 
 
-class Client:
+class Client(AgentSocket):
     """Asks an agent on the loopback address, with SNMPv2c. Names are the encoded ones."""
 
     def __init__(self, port, community="public"):
+        super().__init__(port, TIMEOUT_S)
         self._head = tlv(2, b"\x01") + tlv(4, community.encode())
-        self._sequence = 1 << 24  # an agent writes numbers as short as it can: these stay at four octets
-        self._socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-        self._socket.settimeout(TIMEOUT_S)
-        self._socket.connect(("127.0.0.1", port))
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self._socket.close()
 
     def ask(self, kind, names, repetitions=0):
         """The number of varbinds in the answer, and the last one's name."""

@@ -11,6 +11,7 @@
 
 #include "Device.h"
 #include "Fuzzer.h"
+#include "TestAgent.h"
 #include "Zarn/Trace.h"
 
 // Of the library, which declares it in its private headers.
@@ -55,21 +56,8 @@ char* addressText(netsnmp_transport*, const void*, int) { return strdup("callbac
 class Agent {
  public:
   Agent() {
-    setenv("MIBS", "", 1);
     Zarn::TraceSettings::select("Snmp/off");
-    char withoutSmux[] = "-smux";
-    add_to_init_list(withoutSmux);
-    netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 0 /* master */);
-    netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_READ_CONFIGS, 1);
-    netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, 1);
-    netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD, 1);
-    netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
-    snmp_disable_log();
-    init_agent("fuzz");
-    init_snmp("fuzz");
-    char access[] = "rwcommunity private 127.0.0.1";
-    netsnmp_config(access);
-    netsnmp_config_process_memories();
+    test::initTestAgent("fuzz");
     auto* const transport = static_cast<netsnmp_transport*>(std::calloc(1, sizeof(netsnmp_transport)));
     transport->domain = netsnmpUDPDomain;
     transport->domain_length = static_cast<int>(netsnmpUDPDomain_len);

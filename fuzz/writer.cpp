@@ -5,8 +5,8 @@
 #include <set>
 
 #include "ExpectedRows.h"
+#include "FollowedStatus.h"
 #include "Fuzzer.h"
-#include "PtpSnmpAgent/Root.h"
 
 namespace {
 
@@ -81,14 +81,12 @@ void requireEqual(const Held& held, const std::optional<Values>& values) {
 
 class Device {
  public:
-  Device() { root_->agentIs(status_, mib_, ifMib_); }
-
   void step(fuzz::ByteSource& input) {
     StatusSnapshot next = good_;
     for (unsigned changes = 1 + input.below(4); changes > 0; --changes) change(next, input);
     bool accepted = true;
     try {
-      writer_.apply(next);
+      live_.writer.apply(next);
     } catch (const StatusRefused& refusal) {
       fuzz::requireOneLine(refusal.what());
       accepted = false;
@@ -101,12 +99,12 @@ class Device {
  private:
   void requireAgreement(const StatusSnapshot& shown) const {
     using test::Counters;
-    fuzz::require(test::rowsOf(*mib_, Counters::shown) == test::expectedRows(shown, Counters::shown),
+    fuzz::require(test::rowsOf(*live_.mib, Counters::shown) == test::expectedRows(shown, Counters::shown),
                   "the tables hold the rows that follow from the snapshot");
-    requireEqual(status_->defaultDS(), shown.defaultDS);
-    requireEqual(status_->currentDS(), shown.currentDS);
-    fuzz::require(static_cast<bool>(status_->ptpMibData()) == shown.mibData.has_value(), "the clock's counters");
-    for (auto row = mib_->portTable().begin(); !row.atEnd(); row.advance()) requirePort(*row, shown);
+    requireEqual(live_.status->defaultDS(), shown.defaultDS);
+    requireEqual(live_.status->currentDS(), shown.currentDS);
+    fuzz::require(static_cast<bool>(live_.status->ptpMibData()) == shown.mibData.has_value(), "the clock's counters");
+    for (auto row = live_.mib->portTable().begin(); !row.atEnd(); row.advance()) requirePort(*row, shown);
   }
 
   static void requirePort(const PtpSnmp::PortTableEntry& row, const StatusSnapshot& shown) {
@@ -116,11 +114,7 @@ class Device {
     fuzz::require(row.interfaceIndex() == (index == shown.interfaces.end() ? 0 : index->second), "a port's ifIndex");
   }
 
-  Kestor::Ptr<Ptp::Status> status_ = Kestor::make<Ptp::Status>("status");
-  Kestor::Ptr<IntfSnmp::IfMib> ifMib_ = Kestor::make<IntfSnmp::IfMib>("ifMib");
-  Kestor::Ptr<PtpSnmp::PtpMib> mib_ = PtpSnmp::ptpMibFactory("mib");
-  Kestor::Ptr<PtpSnmp::Agent::Root> root_ = PtpSnmp::Agent::rootFactory("root");
-  StatusWriter writer_{status_, ifMib_};
+  test::FollowedStatus live_;
   StatusSnapshot good_;
 };
 

@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 #include <net/if.h>
-#include <sched.h>
 #include <sys/resource.h>
 
 #include <chrono>
 #include <cstdlib>
 #include <string>
-#include <thread>
+
+#include "NewNetworkNamespace.h"
 
 namespace host {
 namespace {
@@ -70,14 +70,8 @@ void followInterfaces() {
   EXPECT_TRUE(reached(loop, [&] { return interfaces.ifIndex("second") == 50u; }));
 }
 
-// A thread of its own, whose network namespace goes with it.
 TEST(KernelInterfaces, InterfacesThatComeChangeAndGoAreFollowed) {
-  bool permitted = true;
-  std::thread([&] {
-    permitted = unshare(CLONE_NEWNET) == 0;
-    if (permitted) followInterfaces();
-  }).join();
-  if (!permitted) GTEST_SKIP() << "network namespaces are not permitted here";
+  if (!test::inNewNetworkNamespace(followInterfaces)) GTEST_SKIP() << "network namespaces are not permitted here";
 }
 
 }  // namespace

@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
-#include <stdexcept>
 
 #include "FakePtpService.h"
+#include "TemporaryDirectory.h"
 
 namespace host::ptp4l {
 namespace {
@@ -17,17 +17,12 @@ using test::FakePtpService;
 class ManagementSocketTest : public testing::Test {
  protected:
   ManagementSocketTest() {
-    char name[] = "/tmp/management-socket-XXXXXX";
-    if (mkdtemp(name) == nullptr) throw std::runtime_error("mkdtemp");
-    directory = name;
-    setenv("RUNTIME_DIRECTORY", name, 1);
-    path = directory + "/ptp4l";
+    setenv("RUNTIME_DIRECTORY", directory.c_str(), 1);
     client.emplace(path);
   }
   ~ManagementSocketTest() override {
     client.reset();
     unsetenv("RUNTIME_DIRECTORY");
-    std::filesystem::remove_all(directory);
   }
   void startService() {
     service.reset();
@@ -41,8 +36,9 @@ class ManagementSocketTest : public testing::Test {
   }
 
   EventLoop loop;
-  std::string directory;
-  std::string path;
+  const ::test::TemporaryDirectory scratch;
+  const std::string& directory = scratch.path();
+  const std::string path = directory + "/ptp4l";
   std::optional<FakePtpService> service;
   std::optional<ManagementSocket> client;
 };

@@ -1,32 +1,23 @@
 #include "ptp4l/NetworkNamespace.h"
 
 #include <gtest/gtest.h>
-#include <sched.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
-#include <thread>
 
-#include "ptp4l/UnixAddress.h"
+#include "NewNetworkNamespace.h"
+#include "TemporaryDirectory.h"
+#include "UnixAddress.h"
 
 namespace host::ptp4l {
 namespace {
 
 class NetworkNamespaceTest : public testing::Test {
  protected:
-  NetworkNamespaceTest() {
-    char name[] = "/tmp/network-namespace-XXXXXX";
-    if (mkdtemp(name) == nullptr) throw std::runtime_error("mkdtemp");
-    directory = name;
-    path = directory + "/ptp 4l";
-  }
   ~NetworkNamespaceTest() override {
     if (fd >= 0) close(fd);
-    std::filesystem::remove_all(directory);
   }
   void bindSocket() {
     fd = socket(AF_UNIX, SOCK_DGRAM, 0);
@@ -34,8 +25,9 @@ class NetworkNamespaceTest : public testing::Test {
     ASSERT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
   }
 
-  std::string directory;
-  std::string path;
+  const test::TemporaryDirectory scratch;
+  const std::string& directory = scratch.path();
+  const std::string path = directory + "/ptp 4l";
   int fd = -1;
 };
 
@@ -56,14 +48,10 @@ TEST_F(NetworkNamespaceTest, AFileThatIsNoSocketOfThisNamespaceIsNot) {
   EXPECT_FALSE(isSocketOfThisNetworkNamespace(path));
 }
 
-// Another thread's namespace goes with the thread, the socket does not.
+// The namespace goes, the socket does not.
 TEST_F(NetworkNamespaceTest, ASocketOfAnotherNamespaceIsNot) {
-  bool permitted = true;
-  std::thread([&] {
-    permitted = unshare(CLONE_NEWNET) == 0;
-    if (permitted) bindSocket();
-  }).join();
-  if (!permitted) GTEST_SKIP() << "network namespaces are not permitted here";
+  if (!test::inNewNetworkNamespace([this] { bindSocket(); }))
+    GTEST_SKIP() << "network namespaces are not permitted here";
   EXPECT_FALSE(isSocketOfThisNetworkNamespace(path));
 }
 

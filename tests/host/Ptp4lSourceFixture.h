@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "FakePtpService.h"
+#include "TemporaryDirectory.h"
 #include "ptp4l/Ptp4lSource.h"
 
 namespace host::ptp4l::test {
@@ -49,17 +50,8 @@ class Log {
 /// A source beside a fake service.
 class Ptp4lSourceTest : public testing::Test {
  protected:
-  Ptp4lSourceTest() {
-    char name[] = "/tmp/ptp4l-source-XXXXXX";
-    if (mkdtemp(name) == nullptr) throw std::runtime_error("mkdtemp");
-    directory = name;
-    socketPath = directory + "/ptp4l";
-    setenv("RUNTIME_DIRECTORY", directory.c_str(), 1);
-  }
-  ~Ptp4lSourceTest() override {
-    unsetenv("RUNTIME_DIRECTORY");
-    std::filesystem::remove_all(directory);
-  }
+  Ptp4lSourceTest() { setenv("RUNTIME_DIRECTORY", directory.c_str(), 1); }
+  ~Ptp4lSourceTest() override { unsetenv("RUNTIME_DIRECTORY"); }
 
   void startService() { service.emplace(loop, socketPath); }
   void startSource(std::chrono::milliseconds poll = period) {
@@ -95,8 +87,9 @@ class Ptp4lSourceTest : public testing::Test {
 
   Log log;
   EventLoop loop;
-  std::string directory;
-  std::string socketPath;
+  const ::test::TemporaryDirectory scratch;
+  const std::string& directory = scratch.path();
+  const std::string socketPath = directory + "/ptp4l";
   std::optional<FakePtpService> service;
   std::vector<StatusSnapshot> snapshots;
   int offered = 0;

@@ -8,9 +8,8 @@
 #include <random>
 
 #include "ExpectedRows.h"
-#include "PtpSnmpAgent/Root.h"
+#include "FollowedStatus.h"
 #include "Source.h"
-#include "StatusWriter.h"
 
 namespace host {
 namespace {
@@ -21,7 +20,7 @@ using test::Rows;
 /// Draws one event after another.
 class Device {
  public:
-  explicit Device(unsigned seed) : random_(seed) { root_->agentIs(status_, mib_, ifMib_); }
+  explicit Device(unsigned seed) : random_(seed) {}
 
   void step() {
     switch (draw(12)) {
@@ -34,15 +33,15 @@ class Device {
     if (followed()) shown_ = test::expectedRows(good_, Counters::hidden);
   }
   void expectAgreement() const {
-    ASSERT_EQ(test::rowsOf(*mib_, Counters::hidden), shown_);
+    ASSERT_EQ(test::rowsOf(*live_.mib, Counters::hidden), shown_);
     // Rows that are left from before read whatever their port's objects hold now.
     if (followed()) {
-      ASSERT_EQ(test::rowsOf(*mib_, Counters::shown), test::expectedRows(good_, Counters::shown));
+      ASSERT_EQ(test::rowsOf(*live_.mib, Counters::shown), test::expectedRows(good_, Counters::shown));
     }
   }
 
  private:
-  bool followed() const { return heard_ && status_->defaultDS(); }
+  bool followed() const { return heard_ && live_.status->defaultDS(); }
 
   unsigned draw(unsigned limit) { return std::uniform_int_distribution<unsigned>(0, limit - 1)(random_); }
   Ptp::PortDSKey drawKey() {
@@ -89,7 +88,7 @@ class Device {
     // The rows of a data set that was dropped behind the writer's back stay:
     // there is no mode left to set to 0.
     const bool emptied = withdrawn && followed();
-    writer_.apply(next);
+    live_.writer.apply(next);
     good_ = withdrawn ? StatusSnapshot{} : next;
     if (emptied) shown_ = {};
   }
@@ -97,31 +96,27 @@ class Device {
     StatusSnapshot next = drawNext();
     next.ports.insert_or_assign(drawKey(), drawPort(3));
     next.ports.insert_or_assign(Ptp::PortDSKey("ffffff.ffff.ffffff-9"), drawPort(3));
-    EXPECT_THROW(writer_.apply(next), StatusRefused);
+    EXPECT_THROW(live_.writer.apply(next), StatusRefused);
   }
   void replaceDefaultDS() {
-    if (status_->defaultDS()) status_->defaultDSIs(Kestor::make<Ptp::DefaultDS>(*good_.defaultDS));
+    if (live_.status->defaultDS()) live_.status->defaultDSIs(Kestor::make<Ptp::DefaultDS>(*good_.defaultDS));
   }
   void dropDefaultDS() {
-    if (!status_->defaultDS()) return;
-    status_->defaultDSIs(nullptr);
+    if (!live_.status->defaultDS()) return;
+    live_.status->defaultDSIs(nullptr);
   }
   // What was missed while they were off is made good by a new default data set.
   void switchNotifications() {
     heard_ = !heard_;
-    root_->agent()->ptpSnmpSm()->hasNotificationActiveIs(heard_);
+    live_.root->agent()->ptpSnmpSm()->hasNotificationActiveIs(heard_);
     if (!heard_) return;
-    status_->defaultDSIs(nullptr);
-    status_->publisher().publish(Ptp::Status::defaultDSAttribute);
-    if (good_.defaultDS) status_->defaultDSIs(Kestor::make<Ptp::DefaultDS>(*good_.defaultDS));
+    live_.status->defaultDSIs(nullptr);
+    live_.status->publisher().publish(Ptp::Status::defaultDSAttribute);
+    if (good_.defaultDS) live_.status->defaultDSIs(Kestor::make<Ptp::DefaultDS>(*good_.defaultDS));
   }
 
   std::mt19937 random_;
-  Kestor::Ptr<Ptp::Status> status_ = Kestor::make<Ptp::Status>("status");
-  Kestor::Ptr<IntfSnmp::IfMib> ifMib_ = Kestor::make<IntfSnmp::IfMib>("ifMib");
-  Kestor::Ptr<PtpSnmp::PtpMib> mib_ = PtpSnmp::ptpMibFactory("mib");
-  Kestor::Ptr<PtpSnmp::Agent::Root> root_ = PtpSnmp::Agent::rootFactory("root");
-  StatusWriter writer_{status_, ifMib_};
+  test::FollowedStatus live_;
   StatusSnapshot good_;
   Rows shown_;
   bool heard_ = true;

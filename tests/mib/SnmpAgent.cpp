@@ -9,6 +9,8 @@
 #include <functional>
 #include <stdexcept>
 
+#include "TestAgent.h"
+
 namespace test {
 namespace {
 
@@ -65,22 +67,8 @@ SnmpAgent& SnmpAgent::instance() {
 }
 
 SnmpAgent::SnmpAgent() {
-  setenv("MIBS", "", 1);
-  char withoutSmux[] = "-smux";
-  add_to_init_list(withoutSmux);
-  netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 0 /* master */);
-  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_READ_CONFIGS, 1);
-  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_PERSIST_STATE, 1);
-  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD, 1);
-  netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
   const std::string address = freeLoopbackAddress();
-  netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS, address.c_str());
-  snmp_disable_log();
-  init_agent(name);
-  init_snmp(name);
-  char access[] = "rwcommunity private 127.0.0.1";
-  netsnmp_config(access);
-  netsnmp_config_process_memories();
+  initTestAgent(name, address.c_str());
   if (init_master_agent() != 0) throw std::runtime_error("cannot serve on " + address);
   v1_ = open(address, SNMP_VERSION_1);
   v2c_ = open(address, SNMP_VERSION_2c);
