@@ -3,6 +3,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "Sources.h"
 
@@ -14,11 +15,14 @@ namespace host {
 ///     ptpPoll    MILLISECONDS
 ///     ptpTrace   HANDLE/LEVELS,...
 ///
-/// A bad value is reported by the engine with file and line, and stands for none. A trace selection holds from where
-/// it is read; several add up.
+/// A value with blanks at its ends, a quote or " #" in it stands in quotes; a comment may follow. A bad value is
+/// reported by the engine with file and line, and stands for none. A trace selection holds from where it is read;
+/// several add up.
 struct Directives {
   std::optional<std::string> source;
   std::optional<std::chrono::milliseconds> poll;
+  std::string sourceRefused;  ///< why a source was refused; empty where none was
+  std::string pollRefused;
 
   /// The source, with these values for what the configuration leaves open.
   SourceOptions sourceOr(const SourceOptions& defaults) const;
@@ -34,6 +38,9 @@ class DirectiveReader {
   ~DirectiveReader();
 
   const Directives& value() const noexcept;
+
+  /// To be told what the engine logs while it reads: a directive without a value it refuses by itself.
+  static void engineSaid(std::string_view message);
 };
 
 }  // namespace host

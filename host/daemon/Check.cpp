@@ -116,7 +116,8 @@ bool checkSocket(Report& report, const std::string& path) {
 
 std::optional<StatusSnapshot> askService(EventLoop& loop, const SourceOptions& options) {
   std::optional<StatusSnapshot> answer;
-  const auto source = makeSource(loop, {options.source, checkPoll});
+  MonotonicCounters counters;
+  const auto source = makeSource(loop, {options.source, checkPoll}, counters);
   source->start([&](const StatusSnapshot& snapshot) {
     if (!snapshot.defaultDS) return;
     answer = snapshot;
@@ -156,7 +157,8 @@ void checkSource(Report& report, EventLoop& loop, const SourceOptions& options) 
         options.source == "ptp4l" ? defaultPtp4lSocket : options.source.substr(options.source.find(':') + 1));
   }
   try {
-    const auto source = makeSource(loop, options);
+    MonotonicCounters counters;
+    const auto source = makeSource(loop, options, counters);
     source->start([](const StatusSnapshot& snapshot) { StatusWriter::check(snapshot); });
     report.add(Verdict::works, "source", options.source);
   } catch (const std::exception& error) {
@@ -166,7 +168,8 @@ void checkSource(Report& report, EventLoop& loop, const SourceOptions& options) 
 
 void checkModule(Report& report, EventLoop& loop, const std::string& file) {
   try {
-    const ServedClock clock(loop, file);
+    MonotonicCounters counters;
+    const ServedClock clock(loop, counters, file);
     report.add(Verdict::works, "module", file);
   } catch (const std::exception& error) {
     report.add(Verdict::fails, "module", error.what(), "install the package again, or name the file with --module");
