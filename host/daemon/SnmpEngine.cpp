@@ -29,6 +29,12 @@ namespace {
 
 constexpr char applicationName[] = "ptpsnmpd";
 constexpr char defaultAddress[] = "udp:127.0.0.1:1161";
+// Who may read, and what the device is, a sub-agent leaves to its master. One file serves for both ways.
+constexpr const char* mastersDirectives[] = {
+    "access",       "authaccess",  "authcommunity", "authgroup",    "authuser", "createUser",
+    "group",        "master",      "rocommunity",   "rocommunity6", "rouser",   "rwcommunity",
+    "rwcommunity6", "rwuser",      "setaccess",     "sysContact",   "sysDescr", "sysLocation",
+    "sysName",      "sysObjectID", "sysServices",   "view"};
 constexpr const char* loopbackAccess[] = {"rocommunity public 127.0.0.1", "rocommunity6 public ::1"};
 
 spdlog::level::level_enum levelOf(int priority) {
@@ -63,6 +69,8 @@ std::string addressesOfTheFiles() {
   const char* const addresses = netsnmp_ds_get_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS);
   return addresses == nullptr ? "" : addresses;
 }
+
+void ignore(const char*, char*) {}
 
 void setDefaults(bool isSubAgent) {
   // Without this the library listens for SMUX peers on TCP port 199.
@@ -125,6 +133,7 @@ SnmpEngine::SnmpEngine(const SnmpEngineOptions& options)
   if (isSubAgent_) {
     // It would connect while the configuration is read, and wait for the answer: see AgentXLink.
     snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, subagent_startup, nullptr, 1);
+    for (const char* directive : mastersDirectives) register_app_config_handler(directive, ignore, nullptr, nullptr);
   } else {
     init_sysORTable();
     init_system_mib();

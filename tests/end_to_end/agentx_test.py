@@ -109,6 +109,17 @@ class BesideSnmpd(unittest.TestCase):
                 self.assertNotIn("registering pdu failed", second.output())
                 self.assertEqual(second.stop(), 0)
 
+    def test_what_a_file_says_of_access_is_left_to_the_master(self):
+        with scratch_folder() as folder:
+            configuration = folder / "ptpsnmpd.conf"
+            configuration.write_text("rouser monitor authpriv -V ptp\nview ptp included .1.3.6.1.2.1.241\n"
+                                     "createUser monitor SHA passphrase AES passphrase\nrocommunity public 127.0.0.1\n"
+                                     "sysName here\nagentAddress udp:161\nsunDial yes\n")
+            with Agents(folder, "--config", configuration) as agents:
+                agents.rows()
+                self.assertEqual(agents.sub_agent.output().count("Unknown token"), 1)
+                self.assertIn("Unknown token: sunDial", agents.sub_agent.output())
+
     def test_a_reload_keeps_the_connection(self):
         with scratch_folder() as folder, Agents(folder) as agents:
             agents.rows()
