@@ -15,6 +15,8 @@
 #include <string_view>
 #include <utility>
 
+#include "EngineIdentity.h"
+
 // The agent's own MIB modules that a manager expects of any agent. Their headers are not installed.
 extern "C" {
 void init_snmp_mib(void);
@@ -81,7 +83,8 @@ void setDefaults(bool isSubAgent) {
   netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, isSubAgent ? 1 : 0);
   netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
-  // Nothing is kept between two runs. NETSNMP_DS_LIB_DONT_PERSIST_STATE would keep /etc/snmp from being read, too.
+  // The library keeps nothing between two runs: see EngineIdentity. NETSNMP_DS_LIB_DONT_PERSIST_STATE would keep
+  // /etc/snmp from being read, too.
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DISABLE_PERSISTENT_SAVE, 1);
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD, 1);
 }
@@ -145,8 +148,11 @@ SnmpEngine::SnmpEngine(const SnmpEngineOptions& options)
   if (!options_.configFile.empty()) {
     netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG, options_.configFile.c_str());
   }
+  if (!isSubAgent_) recallEngineIdentity();
   init_snmp(applicationName);
-  if (!isSubAgent_) configureMaster();
+  if (isSubAgent_) return;
+  keepEngineIdentity();
+  configureMaster();
 }
 
 void SnmpEngine::configureMaster() {

@@ -15,6 +15,7 @@ from harness import (
 
 PTPBASE = "1.3.6.1.2.1.241"
 TRANSPARENT_ROWS = f"{PTPBASE}.1.2.6"
+ENGINE_ID, ENGINE_BOOTS = "1.3.6.1.6.3.10.2.1.1.0", "1.3.6.1.6.3.10.2.1.2.0"
 PRIORITY1 = f"{PTPBASE}.1.2.3.1.6.0.2.1"
 
 
@@ -65,6 +66,53 @@ class Notification(unittest.TestCase):
                 manager.hears("READY=1")
                 self.assertEqual(daemon.stop(), 0)
                 self.assertEqual(manager.hears("STOPPING=1"), ["STOPPING=1"])
+
+
+class EngineIdentity(unittest.TestCase):
+    def setUp(self):
+        folder = scratch_folder()
+        self.folder = folder.__enter__()
+        self.addCleanup(folder.__exit__, None, None, None)
+        self.state = self.folder / "state"
+        self.state.mkdir()
+
+    def daemon(self):
+        daemon = Daemon(self.folder, "--source", "demo", "--trace", "Snmp/off")
+        daemon.run_under("env", f"STATE_DIRECTORY={self.state}")
+        return daemon
+
+    @staticmethod
+    def identity(daemon):
+        values = daemon.snmp.get(ENGINE_ID, ENGINE_BOOTS)
+        return values[ENGINE_ID], int(values[ENGINE_BOOTS])
+
+    def test_managers_find_the_engine_of_before_and_one_more_start(self):
+        identities = []
+        for how in [signal.SIGTERM, signal.SIGKILL, signal.SIGTERM]:
+            with self.daemon() as daemon:
+                identities.append(self.identity(daemon))
+                daemon.stop(how)
+        self.assertEqual(identities, [(identities[0][0], boots) for boots in (1, 2, 3)])
+
+    def test_a_reload_is_no_start(self):
+        with self.daemon() as daemon:
+            before = self.identity(daemon)
+            daemon.signal(signal.SIGHUP)
+            wait_for("the reload", lambda: "configuration read anew" in daemon.output())
+            self.assertEqual(self.identity(daemon), before)
+
+    def test_a_state_of_nonsense_is_named_and_makes_another_engine(self):
+        (self.state / "engine").write_text("engineBoots -1\ncreateUser thief MD5 passphrase\n")
+        with self.daemon() as daemon:
+            self.assertEqual(self.identity(daemon)[1], 1)
+            for line in ["engineBoots -1", "createUser thief MD5 passphrase"]:
+                self.assertIn(f'{self.state}/engine: "{line}"', daemon.output())
+
+    def test_a_state_that_cannot_be_written_is_named_and_keeps_nobody_from_being_served(self):
+        self.state.rmdir()
+        with self.daemon() as daemon:
+            self.assertTrue(self.identity(daemon))
+            self.assertIn(f"{self.state}/engine: No such file or directory", daemon.output())
 
 
 class Reload(unittest.TestCase):

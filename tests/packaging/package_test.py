@@ -20,6 +20,7 @@ from harness import Failed, Snmp, command, free_udp_port, run_tests, scratch_fol
 from packaging import SOURCE, skip, skip_unless_installed
 
 PTPBASE = "1.3.6.1.2.1.241"
+ENGINE_ID, ENGINE_BOOTS = "1.3.6.1.6.3.10.2.1.1.0", "1.3.6.1.6.3.10.2.1.2.0"
 PORT_NAME = f"{PTPBASE}.1.2.9.1.5.0.2.1.1"  # of a boundary clock's port 1 in domain 0
 PORT_IF_INDEX = f"{PTPBASE}.1.2.9.1.8.0.2.1.1"
 CONFIG = "etc/snmp/ptpsnmpd.conf"
@@ -238,10 +239,15 @@ class Service(unittest.TestCase):
             authentic = ("-a", "SHA", "-A", "authentication passphrase")
             private = ("-x", "AES", "-X", "encryption passphrase")
 
-            def get(*access):
-                return machine.run("snmpget", *access, "127.0.0.1:1161", PORT_NAME).strip()
+            def get(*access, oid=PORT_NAME):
+                return machine.run("snmpget", *access, "127.0.0.1:1161", oid).strip()
 
             self.assertEqual(get(*user, "-l", "authPriv", *authentic, *private), '"Ethernet1"')
+            # A manager remembers the engine, which must be the same, one start older.
+            engine = [get(*user, "-l", "authPriv", *authentic, *private, oid=oid) for oid in (ENGINE_ID, ENGINE_BOOTS)]
+            machine.run("systemctl", "restart", "ptpsnmpd")
+            self.assertEqual(get(*user, "-l", "authPriv", *authentic, *private, oid=ENGINE_ID), engine[0])
+            self.assertEqual(int(get(*user, "-l", "authPriv", *authentic, *private, oid=ENGINE_BOOTS)), int(engine[1]) + 1)
             for refused in [(*user, "-l", "authNoPriv", *authentic), (*user, "-l", "noAuthNoPriv"),
                             (*user, "-l", "authPriv", *authentic, "-x", "AES", "-X", "another passphrase"),
                             ("-v2c", "-c", "public", "-t1", "-r1", "-Oqv")]:
