@@ -34,7 +34,7 @@ namespace {
 using Line = SnmpdConfiguration::Line;
 using Shows = SnmpdAccess::Shows;
 
-constexpr char whose[] = "snmpd's ";
+const std::string whose = "snmpd's ";
 constexpr char loaderName[] = "ptpsnmp";
 
 // The first one that makes snmpd load the module; nullptr where none does.
@@ -61,7 +61,7 @@ std::string viewMend(const SnmpdAccess::Grant& grant, const SnmpdConfiguration& 
 }
 
 void checkAccess(CheckReport& report, const SnmpdConfiguration& configuration) {
-  const std::string thing = whose + std::string("access");
+  const std::string thing = whose + "access";
   const SnmpdAccess access = snmpdAccess(configuration);
   if (access.grants.empty()) {
     report.add(Verdict::fails, thing, "snmpd lets nobody read", "see rouser and rocommunity in snmpd.conf(5)");
@@ -86,13 +86,11 @@ void checkAccess(CheckReport& report, const SnmpdConfiguration& configuration) {
   }
 }
 
-// False, and said, where nothing could be read.
-bool checkReadable(CheckReport& report, const SnmpdConfiguration& configuration) {
+void reportUnreadable(CheckReport& report, const SnmpdConfiguration& configuration) {
   for (const std::string& file : configuration.unreadable) {
     report.add(Verdict::partly, "snmpd", file + " cannot be read: what it says is not checked",
                "run as a user who may read it");
   }
-  return !configuration.files.empty();
 }
 
 std::string ownGroup() {
@@ -100,7 +98,18 @@ std::string ownGroup() {
   return entry == nullptr ? std::to_string(getegid()) : entry->gr_name;
 }
 
-void checkMaster(CheckReport& report, const std::string& path) {
+// snmpd leaves the modes of a folder that is there as they are.
+std::string permissionMend(const std::string& path, const SnmpdConfiguration& configuration) {
+  const auto& lines = configuration.lines;
+  const auto present =
+      std::find_if(lines.begin(), lines.end(), [](const Line& line) { return line.is("agentXPerms"); });
+  return fmt::format("write \"agentXPerms 0660 0755 root {}\" {}, and: systemctl restart snmpd; chmod 755 {}",
+                     ownGroup(),
+                     present == lines.end() ? "into " + fileForMends(configuration) : "in place of " + present->place(),
+                     std::filesystem::path(path).parent_path().native());
+}
+
+void checkMaster(CheckReport& report, const std::string& path, const SnmpdConfiguration& configuration) {
   const int error = connectionError(path, SOCK_STREAM);
   switch (error) {
     case 0: return report.add(Verdict::works, "AgentX", path + ": a master agent takes sub-agents");
@@ -109,14 +118,12 @@ void checkMaster(CheckReport& report, const std::string& path) {
                         "systemctl restart snmpd, with \"master agentx\" in its snmpd.conf; or name its agentXSocket");
     case EACCES:
     case EPERM:
-      // snmpd leaves the modes of a folder that is there as they are.
       return report.add(Verdict::fails, "AgentX", path + ": not permitted to this user",
-                        fmt::format("write \"agentXPerms 0660 0755 root {}\" into /etc/snmp/snmpd.conf, and: "
-                                    "systemctl restart snmpd; chmod 755 {}",
-                                    ownGroup(), std::filesystem::path(path).parent_path().native()));
+                        permissionMend(path, configuration));
     default:
-      report.add(Verdict::fails, "AgentX", path + ": " + std::strerror(error),
-                 "write \"master agentx\" into /etc/snmp/snmpd.conf and: systemctl restart snmpd");
+      report.add(
+          Verdict::fails, "AgentX", path + ": " + std::strerror(error),
+          fmt::format("write \"master agentx\" into {} and: systemctl restart snmpd", fileForMends(configuration)));
   }
 }
 
@@ -132,12 +139,11 @@ std::string loaderFile(const Line& dlmod) {
 }
 
 void checkLoader(CheckReport& report, const Line& dlmod) {
-  const std::string thing = whose + std::string("module");
+  const std::string thing = whose + "module";
   const std::string mend = fmt::format("dlmod {} FILE, where FILE is the package's {}.so", loaderName, loaderName);
   const std::string file = loaderFile(dlmod);
   void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr)
-    return report.add(Verdict::fails, thing, fmt::format("{}: {}", dlmod.place(), dlerror()), mend);
+  if (library == nullptr) return report.add(Verdict::fails, thing, dlmod.place() + ": " + dlerror(), mend);
   const bool isLoader = dlsym(library, "init_ptpsnmp") != nullptr;
   dlclose(library);
   if (!isLoader) return report.add(Verdict::fails, thing, dlmod.place() + ": is not what snmpd is to load", mend);
@@ -173,8 +179,8 @@ bool asUserOf(const RunningProcess& process, const std::function<void(CheckRepor
   }
   int status = 0;
   if (child < 0 || waitpid(child, &status, 0) != child) return false;
-  if (WIFEXITED(status) && WEXITSTATUS(status) == notDone) return false;
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != works) report.addFailure();
+  if (!WIFEXITED(status) || WEXITSTATUS(status) == notDone) return false;
+  if (WEXITSTATUS(status) == fails) report.addFailure();
   return true;
 }
 
@@ -183,7 +189,7 @@ void trySource(CheckReport& report, const SourceOptions& source) {
     EventLoop loop;
     checkSource(said, loop, source, whose);
   };
-  const std::string thing = whose + std::string("user");
+  const std::string thing = whose + "user";
   const auto snmpd = runningSnmpd();
   if (snmpd && snmpd->user != geteuid() && asUserOf(*snmpd, check, report)) {
     return report.add(Verdict::works, thing, fmt::format("the source was tried as {}", userName(snmpd->user)));
@@ -207,7 +213,7 @@ void checkSource(CheckReport& report, const SnmpdConfiguration& configuration, c
     if (&line > &dlmod) {
       source.source = line.arguments;
     } else {
-      report.add(Verdict::fails, whose + std::string("source"), line.place() + ": stands before the dlmod line",
+      report.add(Verdict::fails, whose + "source", line.place() + ": stands before the dlmod line",
                  "move it below " + dlmod.place());
     }
   }
@@ -217,14 +223,17 @@ void checkSource(CheckReport& report, const SnmpdConfiguration& configuration, c
 }  // namespace
 
 void checkBesideSnmpd(CheckReport& report, const std::string& agentXSocket) {
-  checkMaster(report, agentXSocket);
   const SnmpdConfiguration configuration = readSnmpdConfiguration();
-  if (!checkReadable(report, configuration)) {
-    return report.add(Verdict::partly, whose + std::string("access"),
-                      "no readable snmpd.conf in " + configuration.folder, "run as a user who may read it");
+  checkMaster(report, agentXSocket, configuration);
+  reportUnreadable(report, configuration);
+  if (configuration.files.empty()) {
+    if (configuration.unreadable.empty()) {
+      report.add(Verdict::partly, whose + "access", "no snmpd.conf in " + configuration.folder);
+    }
+    return;
   }
   if (const Line* const dlmod = loadingLine(configuration)) {
-    report.add(Verdict::fails, whose + std::string("module"),
+    report.add(Verdict::fails, whose + "module",
                dlmod->place() + ": one snmpd cannot have the tables from itself and from a sub-agent",
                "remove that line, or leave out --agentx; then: systemctl restart snmpd");
   }
@@ -233,7 +242,7 @@ void checkBesideSnmpd(CheckReport& report, const std::string& agentXSocket) {
 
 void checkInsideSnmpd(CheckReport& report) {
   const SnmpdConfiguration configuration = readSnmpdConfiguration();
-  checkReadable(report, configuration);
+  reportUnreadable(report, configuration);
   const Line* const dlmod = loadingLine(configuration);
   if (dlmod == nullptr) return;
   checkLoader(report, *dlmod);

@@ -28,7 +28,7 @@ bool isWithin(const Oid& child, const Oid& parent) {
 std::optional<Oid> oidOf(const std::string& text) {
   const bool hasDot = text.starts_with('.');
   if (!hasDot && text.find_first_not_of("0123456789.") != std::string::npos) return {};
-  Oid subtree(MAX_OID_LEN);
+  Oid subtree(MAX_OID_LEN - 1);  // a view's has its length before it
   std::size_t length = subtree.size();
   if (read_objid((hasDot ? text : "." + text).c_str(), subtree.data(), &length) == 0) return {};
   subtree.resize(length);

@@ -22,7 +22,8 @@ class OwnSnmpd(Snmpd):
     """Without the access that others have."""
 
     def configure(self, *lines):
-        self._configuration.write_text("".join(f"{line}\n" for line in [f"agentAddress udp:127.0.0.1:{self.port}", *lines]))
+        lines = [f"agentAddress udp:127.0.0.1:{self.port}", *lines]
+        self._configuration.write_text("".join(f"{line}\n" for line in lines))
 
     def __enter__(self):
         Process.__enter__(self)
@@ -85,8 +86,9 @@ class Access(Checks):
         self.assertFalse(self.assert_told("[snmp]", "rocommunity public"))
 
     def test_a_community_is_told_with_blanks_and_quotes(self):
-        self.assertTrue(self.assert_told('rocommunity "my pass" default -V v', "view v included .1", community="my pass"))
-        self.assertFalse(self.assert_told('rocommunity "my pass" default -V v', DEFAULT_VIEW, community="my pass"))
+        quoted = 'rocommunity "my pass" default -V v'
+        self.assertTrue(self.assert_told(quoted, "view v included .1", community="my pass"))
+        self.assertFalse(self.assert_told(quoted, DEFAULT_VIEW, community="my pass"))
 
     def test_typed_access_is_told_by_its_types(self):
         self.assertTrue(self.assert_told("authcommunity log,read public"))
@@ -152,7 +154,8 @@ class Inside(Checks):
     def test_a_module_that_is_not_there_is_named_with_its_line(self):
         with scratch_folder() as folder:
             (folder / "snmpd.conf").write_text("rocommunity public\ndlmod ptpsnmp /nonexistent.so\nptpSource demo\n")
-            self.assert_fails(inside(folder), "snmpd.conf:2: dlmod ptpsnmp /nonexistent.so: /nonexistent.so: cannot open")
+            self.assert_fails(inside(folder),
+                              "snmpd.conf:2: dlmod ptpsnmp /nonexistent.so: /nonexistent.so: cannot open")
             (folder / "snmpd.conf").write_text("rocommunity public\ndlmod ptpsnmp nowhere\nptpSource demo\n")
             self.assert_fails(inside(folder), "/nowhere.so: cannot open")
 
@@ -214,16 +217,16 @@ class Beside(Checks):
             self.assert_fails(check(folder, "--agentx", folder / "agentx"), "a program which has ended left")
 
     def test_a_view_that_hides_the_tables_is_named_with_its_line(self):
-        with scratch_folder() as folder, OwnSnmpd(folder, "master agentx", f"agentXSocket {folder}/agentx", DEFAULT_VIEW,
-                                                  VIEW):
+        with scratch_folder() as folder, OwnSnmpd(folder, "master agentx", f"agentXSocket {folder}/agentx",
+                                                  DEFAULT_VIEW, VIEW):
             self.assert_fails(check(folder, "--agentx", folder / "agentx"), f"snmpd.conf:5: {VIEW}",
                               "view v included .1.3.6.1.2.1.241")
 
     def test_a_line_that_loads_the_module_too_is_named(self):
         with scratch_folder() as folder, OwnSnmpd(folder, "rocommunity public", "master agentx",
                                                   f"agentXSocket {folder}/agentx", *loading()):
-            self.assert_fails(check(folder, "--agentx", folder / "agentx"), f"snmpd.conf:5: dlmod ptpsnmp {loader_file()}",
-                              "remove that line")
+            self.assert_fails(check(folder, "--agentx", folder / "agentx"),
+                              f"snmpd.conf:5: dlmod ptpsnmp {loader_file()}", "remove that line")
 
     def test_the_mend_of_the_sockets_permissions_mends_them(self):
         if os.geteuid() != 0:

@@ -54,8 +54,9 @@ class Check(Checks):
         if int(Path("/proc/sys/net/ipv4/ip_unprivileged_port_start").read_text()) <= 163:
             self.skipTest("everybody may open every port here")
         with scratch_folder() as folder:
-            self.assert_fails(check(folder, "--listen", "udp:127.0.0.1:163", under=OTHER_USER if os.geteuid() == 0 else ()),
-                              "Permission denied", "CAP_NET_BIND_SERVICE")
+            under = OTHER_USER if os.geteuid() == 0 else ()
+            self.assert_fails(check(folder, "--listen", "udp:127.0.0.1:163", under=under), "Permission denied",
+                              "CAP_NET_BIND_SERVICE")
 
     def test_an_address_that_this_machine_does_not_have_is_named(self):
         with scratch_folder() as folder:
@@ -79,7 +80,8 @@ class Check(Checks):
 
     def test_a_pid_file_that_cannot_be_made_is_named(self):
         with scratch_folder() as folder:
-            self.assert_fails(check(folder, *alone(), "--pid-file", folder / "none" / "pid"), "pid file", "No such file")
+            self.assert_fails(check(folder, *alone(), "--pid-file", folder / "none" / "pid"), "pid file",
+                              "No such file")
             self.assert_fails(check(folder, *alone(), "--pid-file", folder), "pid file", "Is a directory")
             status, said = check(folder, *alone(), "--pid-file", folder / "pid")
             self.assertEqual((status, (folder / "pid").exists()), (0, False), said)
@@ -96,8 +98,8 @@ class Check(Checks):
         with scratch_folder() as folder, FakeService(folder / "ptp4l") as service:
             read_only = "".join(f"mount --bind {name} {name} && mount -o remount,bind,ro {name} && "
                                 for name in ("/run", "/tmp"))
-            under = ["unshare", "--mount", "sh", "-c", f'{read_only} exec env -u RUNTIME_DIRECTORY -u XDG_RUNTIME_DIR "$@"',
-                     "sh"]
+            unset = 'exec env -u RUNTIME_DIRECTORY -u XDG_RUNTIME_DIR "$@"'
+            under = ["unshare", "--mount", "sh", "-c", f"{read_only} {unset}", "sh"]
             if subprocess.run([*under, "true"], capture_output=True).returncode != 0:
                 self.skipTest("mounting is not permitted here")
             result = check(folder, "--source", f"ptp4l:{service.path}", *alone(), under=under)
