@@ -109,7 +109,11 @@ void reportUnopened(CheckReport& report, const std::string& address, int error) 
 // To open one would take a socket's place, also that of a program which serves there.
 void checkUnixAddress(CheckReport& report, const std::string& address) {
   const std::string path = address.starts_with('/') ? address : address.substr(sizeof(unixPrefix) - 1);
-  if (connectionError(path, SOCK_STREAM) == 0) {
+  const int error = connectionError(path, SOCK_STREAM);
+  if (error == ENAMETOOLONG) {
+    return report.add(Verdict::fails, "addresses", address + ": " + std::strerror(error), "choose a shorter path");
+  }
+  if (error == 0) {
     return report.add(Verdict::partly, "addresses", address + ": somebody serves there, whose place would be taken",
                       "stop that first, or choose another: --listen, agentAddress");
   }

@@ -78,6 +78,11 @@ class Check(Checks):
                 self.assertIn("somebody serves there", said)
                 self.assertEqual(os.stat(folder / "snmp").st_ino, inode)
 
+    def test_a_path_at_which_no_socket_can_be_is_named(self):
+        with scratch_folder() as folder:
+            self.assert_fails(check(folder, "--listen", f"unix:{folder}/none/snmp"), "none: No such file")
+            self.assert_fails(check(folder, "--listen", f"unix:{folder}/{'x' * 108}"), "name too long")
+
     def test_a_pid_file_that_cannot_be_made_is_named(self):
         with scratch_folder() as folder:
             self.assert_fails(check(folder, *alone(), "--pid-file", folder / "none" / "pid"), "pid file",
