@@ -2,6 +2,7 @@
 
 #include "NetSnmp.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "Zarn/Exception.h"
@@ -17,49 +18,69 @@ constexpr char sourceToken[] = "ptpSource";
 constexpr char pollToken[] = "ptpPoll";
 constexpr char traceToken[] = "ptpTrace";
 
-void refuse(const char* token, const std::string& why) {
-  const std::string text = std::string(token) + ": " + why;
+// What the line is refused for, which the engine logs with file and line.
+std::string refused(const char* token, const std::string& why) {
+  std::string text = std::string(token) + ": " + why;
   config_perror(text.c_str());
-}
-
-std::string trimmed(const char* text) {
-  std::string value(text);
-  value.erase(value.find_last_not_of(" \t\r\n") + 1);
-  return value;
+  return text;
 }
 
 void readSource(const char* token, char* line) {
-  std::string source = trimmed(line);
+  std::string source = valueOf(line);
   const std::string complaint = complaintAboutSource(source);
-  if (!complaint.empty()) return refuse(token, complaint);
-  read.source = std::move(source);
+  if (complaint.empty()) {
+    read.source = std::move(source);
+  } else {
+    read.sourceRefused = refused(token, complaint);
+  }
 }
 
 void readPoll(const char* token, char* line) {
-  const std::string text = trimmed(line);
+  const std::string text = valueOf(line);
   long milliseconds = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), milliseconds);
   if (error != std::errc{} || end != text.data() + text.size() || milliseconds < shortestPoll.count() ||
       milliseconds > longestPoll.count()) {
-    return refuse(token, "\"" + text + "\" is not a number of milliseconds from " +
-                             std::to_string(shortestPoll.count()) + " to " + std::to_string(longestPoll.count()));
+    read.pollRefused =
+        refused(token, "\"" + text + "\" is not a number of milliseconds from " + std::to_string(shortestPoll.count()) +
+                           " to " + std::to_string(longestPoll.count()));
+    return;
   }
   read.poll = std::chrono::milliseconds(milliseconds);
 }
 
 void readTrace(const char* token, char* line) {
   try {
-    Zarn::TraceSettings::select(trimmed(line));
+    Zarn::TraceSettings::select(valueOf(line));
   } catch (const Zarn::RangeException& error) {
-    refuse(token, error.what());
+    refused(token, error.what());
   }
 }
 
-void forgetSource() { read.source.reset(); }
-void forgetPoll() { read.poll.reset(); }
+void forgetSource() {
+  read.source.reset();
+  read.sourceRefused.clear();
+}
+void forgetPoll() {
+  read.poll.reset();
+  read.pollRefused.clear();
+}
 void forgetTraces() { Zarn::TraceSettings::reset(); }
 
 }  // namespace
+
+std::string valueOf(const char* arguments) {
+  constexpr char blanks[] = " \t\r\n";
+  std::string text(arguments);
+  if (text.starts_with('"') || text.starts_with('\'')) {
+    const std::size_t end = text.find(text.front(), 1);
+    const std::size_t next = end == std::string::npos ? end : text.find_first_not_of(blanks, end + 1);
+    if (end != std::string::npos && (next == std::string::npos || text[next] == '#')) return text.substr(1, end - 1);
+  }
+  for (const char* comment : {" #", "\t#"}) text.erase(std::min(text.find(comment), text.size()));
+  text.erase(text.find_last_not_of(blanks) + 1);
+  return text;
+}
 
 SourceOptions Directives::sourceOr(const SourceOptions& defaults) const {
   return {source.value_or(defaults.source), poll.value_or(defaults.poll)};
@@ -78,5 +99,13 @@ DirectiveReader::~DirectiveReader() {
 }
 
 const Directives& DirectiveReader::value() const noexcept { return read; }
+
+void DirectiveReader::engineSaid(std::string_view message) {
+  const auto valueMissing = [message](const std::string& token) {
+    return message.find("Blank line following " + token + " token") != std::string_view::npos;
+  };
+  if (valueMissing(sourceToken)) read.sourceRefused = std::string(sourceToken) + ": no source is named";
+  if (valueMissing(pollToken)) read.pollRefused = std::string(pollToken) + ": no period is named";
+}
 
 }  // namespace host

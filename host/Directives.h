@@ -3,6 +3,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "Sources.h"
 
@@ -14,15 +15,21 @@ namespace host {
 ///     ptpPoll    MILLISECONDS
 ///     ptpTrace   HANDLE/LEVELS,...
 ///
-/// A bad value is reported by the engine with file and line, and stands for none. A trace selection holds from where
-/// it is read; several add up.
+/// A value with blanks at its ends, a quote or " #" in it stands in quotes; a comment may follow. A bad value is
+/// reported by the engine with file and line, and stands for none. A trace selection holds from where it is read;
+/// several add up.
 struct Directives {
   std::optional<std::string> source;
   std::optional<std::chrono::milliseconds> poll;
+  std::string sourceRefused;  ///< why a source was refused; empty where none was
+  std::string pollRefused;
 
   /// The source, with these values for what the configuration leaves open.
   SourceOptions sourceOr(const SourceOptions& defaults) const;
 };
+
+/// The value in a directive's arguments: without a comment, and without the quotes.
+std::string valueOf(const char* arguments);
 
 /// Has the engine's configuration reader know the directives; one at a time in a process. What it read last is in
 /// value(); each reading starts from nothing. The engine's application name must be set.
@@ -34,6 +41,9 @@ class DirectiveReader {
   ~DirectiveReader();
 
   const Directives& value() const noexcept;
+
+  /// To be told what the engine logs while it reads: a directive without a value it refuses by itself.
+  static void engineSaid(std::string_view message);
 };
 
 }  // namespace host

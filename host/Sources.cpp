@@ -24,13 +24,14 @@ std::string complaintAboutSource(const std::string& source) {
   return known && named ? "" : "\"" + source + "\" is not demo, demo:transparent, replay:FILE, ptp4l or ptp4l:SOCKET";
 }
 
-std::unique_ptr<Source> makeSource(EventLoop& loop, const SourceOptions& options) {
+std::unique_ptr<Source> makeSource(EventLoop& loop, const SourceOptions& options, MonotonicCounters& counters) {
   const std::size_t colon = options.source.find(':');
   const std::string kind = options.source.substr(0, colon);
   const std::string argument = colon == std::string::npos ? "" : options.source.substr(colon + 1);
   if (kind == "replay") return ReplaySource::open(loop, argument);
   if (kind == "ptp4l") {
-    return std::make_unique<ptp4l::Ptp4lSource>(loop, argument.empty() ? defaultPtp4lSocket : argument, options.poll);
+    return std::make_unique<ptp4l::Ptp4lSource>(loop, counters, argument.empty() ? defaultPtp4lSocket : argument,
+                                                options.poll);
   }
   return makeDemo(loop, argument.empty() ? "boundary" : argument);
 }

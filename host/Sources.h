@@ -5,6 +5,7 @@
 #include <string>
 
 #include "EventLoop.h"
+#include "MonotonicCounters.h"
 #include "Source.h"
 
 namespace host {
@@ -24,7 +25,8 @@ inline constexpr std::chrono::milliseconds longestPoll{3600 * 1000};
 /// What is wrong with the name of a source; empty where nothing is.
 std::string complaintAboutSource(const std::string& source);
 
-/// Makes the source that the options name. Throws std::runtime_error where it can never work.
-std::unique_ptr<Source> makeSource(EventLoop& loop, const SourceOptions& options);
+/// Makes the source that the options name. Throws std::runtime_error where it can never work. What a service counts is
+/// shown through `counters`, which must outlive the source: handed to the next source of the same service, they go on.
+std::unique_ptr<Source> makeSource(EventLoop& loop, const SourceOptions& options, MonotonicCounters& counters);
 
 }  // namespace host

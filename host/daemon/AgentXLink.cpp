@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 #include "UnixAddress.h"
@@ -27,12 +28,33 @@ using namespace std::chrono_literals;
 
 constexpr auto period = 500ms;
 constexpr int turnsOfAPing = 20;  // of the period, until another ping is tried
+constexpr int turnsOfARest = 10;
 constexpr int engineTimeoutSeconds = 1;
 constexpr int closePduType = 2;    // RFC 2741, 6.1
 constexpr int reasonShutdown = 5;  // RFC 2741, 6.2.2
 
 // RFC 2741, 6.1: version 1, a ping without context, in network byte order, of session, transaction and packet 0.
 constexpr std::array<std::uint8_t, 20> pingPdu{1, 13, 0x10, 0};
+
+// What the library thinks of a refused registration it tells its log alone.
+class Refusals {
+ public:
+  Refusals() { snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, hear, this); }
+  Refusals(const Refusals&) = delete;
+  Refusals& operator=(const Refusals&) = delete;
+  ~Refusals() { snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, hear, this, 1); }
+
+  bool any() const noexcept { return heard_; }
+
+ private:
+  static int hear(int, int, void* message, void* refusals) {
+    const std::string_view text = static_cast<const snmp_log_message*>(message)->msg;
+    if (text.starts_with("registering pdu failed")) static_cast<Refusals*>(refusals)->heard_ = true;
+    return SNMP_ERR_NOERROR;
+  }
+
+  bool heard_ = false;
+};
 
 // The library's own way waits for the answer.
 void sendClose() {
@@ -57,7 +79,10 @@ AgentXLink::AgentXLink(EventLoop& loop, std::string socketPath) : loop_(loop), s
 
 AgentXLink::~AgentXLink() {
   closePing();
-  if (main_session == nullptr) return;
+  if (main_session != nullptr) leave();
+}
+
+void AgentXLink::leave() {
   agentx_unregister_callbacks(main_session);
   sendClose();
   snmp_close(main_session);
@@ -65,7 +90,7 @@ AgentXLink::~AgentXLink() {
 }
 
 void AgentXLink::watch() {
-  if (main_session != nullptr) return;
+  if (main_session != nullptr || (turnsToRest_ > 0 && --turnsToRest_ > 0)) return;
   if (std::exchange(connected_, false)) away("the connection was closed");
   if (ping_ >= 0 && ++unansweredTurns_ < turnsOfAPing) {
     if (unansweredTurns_ > 1) away("no answer");
@@ -101,15 +126,29 @@ void AgentXLink::answered() {
 
 void AgentXLink::connect() {
   if (subagent_open_master_session() != 0) return away("it refuses a session");
+  const Refusals refusals;
+  const auto began = std::chrono::steady_clock::now();
   register_mib_reattach();
+  const bool late = std::chrono::steady_clock::now() - began >= std::chrono::seconds(engineTimeoutSeconds);
   if (main_session == nullptr) {
     // It broke in between. The library went on with the tables that were left, and takes them for registered.
     register_mib_detach();
     return away("the connection was closed");
   }
+  if (refusals.any()) return refused("they are served already, by another sub-agent or a module in it");
+  if (late) return refused("it answers too late");
   connected_ = true;
-  saidAway_ = false;
+  saidAway_ = saidRefused_ = false;
   spdlog::info("serving through the SNMP agent at {}", socketPath_);
+}
+
+void AgentXLink::refused(const std::string& reason) {
+  leave();
+  register_mib_detach();
+  turnsToRest_ = turnsOfARest;
+  if (std::exchange(saidRefused_, true)) return;
+  spdlog::error("the SNMP agent at {} does not take the tables ({}); trying every {} s", socketPath_, reason,
+                std::chrono::duration_cast<std::chrono::seconds>(turnsOfARest * period).count());
 }
 
 void AgentXLink::away(const std::string& reason) {

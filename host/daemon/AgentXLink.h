@@ -11,7 +11,8 @@ namespace host {
 ///
 /// The engine's own way to connect waits for the master's answers, and would keep the PTP status from being followed
 /// while a master is stopped. So each try begins with a ping (RFC 2741, 6.2.9) on a connection of its own, for whose
-/// answer nobody waits; the engine connects when the master has shown that it answers.
+/// answer nobody waits; the engine connects when the master has shown that it answers. A master that does not take
+/// every table gets none: whoever serves the others would answer for half a clock. It is tried again, too.
 class AgentXLink {
  public:
   /// Begins to connect. The engine must be a sub-agent's and outlive the link, as must the loop.
@@ -28,16 +29,20 @@ class AgentXLink {
   void answered();
   void connect();
   void watch();
+  void leave();
   void away(const std::string& reason);
+  void refused(const std::string& reason);
   void closePing();
 
   EventLoop& loop_;
   const std::string socketPath_;
   int ping_ = -1;
   int unansweredTurns_ = 0;
+  int turnsToRest_ = 0;  ///< before the next try
   EventLoop::Handle readable_;
   bool connected_ = false;
   bool saidAway_ = false;
+  bool saidRefused_ = false;
   EventLoop::Handle timer_;
 };
 

@@ -64,7 +64,8 @@ void checkConfiguration(CheckReport& report, const CapturedLog& log, const Optio
 
 void checkModule(CheckReport& report, EventLoop& loop, const std::string& file) {
   try {
-    const ServedClock clock(loop, file);
+    MonotonicCounters counters;
+    const ServedClock clock(loop, counters, file);
     report.add(Verdict::works, "module", file);
   } catch (const std::exception& error) {
     report.add(Verdict::fails, "module", error.what(), "install the package again, or name the file with --module");
@@ -118,6 +119,8 @@ int check(const Options& options) {
   CheckReport report;
   try {
     checkAll(report, log, options);
+  } catch (const ConfigurationRefused& error) {
+    report.add(Verdict::fails, "configuration", error.what(), "permit this user to read it; the rest was not checked");
   } catch (const std::exception& error) {
     report.add(Verdict::fails, "check", error.what());
   }

@@ -22,6 +22,7 @@
 #include <sstream>
 
 #include "CheckSource.h"
+#include "Directives.h"
 #include "MibModule.h"
 #include "Processes.h"
 #include "SnmpdAccess.h"
@@ -208,16 +209,21 @@ void trySource(CheckReport& report, const SourceOptions& source) {
 // snmpd knows the directives from the line on that loads the module.
 void checkSource(CheckReport& report, const SnmpdConfiguration& configuration, const Line& dlmod) {
   SourceOptions source{.source = "ptp4l"};
+  bool refused = false;
   for (const Line& line : configuration.lines) {
     if (!line.is("ptpSource")) continue;
-    if (&line > &dlmod) {
-      source.source = line.arguments;
-    } else {
+    if (&line < &dlmod) {
       report.add(Verdict::fails, whose + "source", line.place() + ": stands before the dlmod line",
                  "move it below " + dlmod.place());
+      continue;
     }
+    source.source = valueOf(line.arguments.c_str());
+    const std::string complaint = complaintAboutSource(source.source);
+    if (complaint.empty()) continue;
+    report.add(Verdict::fails, whose + "source", line.place() + ": " + complaint, "correct that line");
+    refused = true;
   }
-  trySource(report, source);
+  if (!refused) trySource(report, source);
 }
 
 }  // namespace

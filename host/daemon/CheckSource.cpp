@@ -55,7 +55,8 @@ bool checkSocket(CheckReport& report, const std::string& path, const std::string
 
 std::optional<StatusSnapshot> askService(EventLoop& loop, const SourceOptions& options) {
   std::optional<StatusSnapshot> answer;
-  const auto source = makeSource(loop, {options.source, checkPoll});
+  MonotonicCounters counters;
+  const auto source = makeSource(loop, {options.source, checkPoll}, counters);
   source->start([&](const StatusSnapshot& snapshot) {
     if (!snapshot.defaultDS) return;
     answer = snapshot;
@@ -99,7 +100,8 @@ void checkSource(CheckReport& report, EventLoop& loop, const SourceOptions& opti
   const bool isPtp4l = options.source.starts_with("ptp4l");
   try {
     if (isPtp4l) return checkPtp4l(report, loop, options, whose);
-    const auto source = makeSource(loop, options);
+    MonotonicCounters counters;
+    const auto source = makeSource(loop, options, counters);
     source->start([](const StatusSnapshot& snapshot) { StatusWriter::check(snapshot); });
     report.add(Verdict::works, whose + "source", options.source);
   } catch (const std::exception& error) {

@@ -27,6 +27,11 @@ std::string checkSocket(const std::string& path) {
   return fitsUnixAddress(path) ? "" : "\"" + path + "\" is too long for the path of a socket";
 }
 
+// An empty one would open every address there is: a variable of a script that was never set.
+std::string checkAddress(const std::string& address) {
+  return address.find_first_not_of(" \t,") == std::string::npos ? "\"" + address + "\" is no address to serve on" : "";
+}
+
 std::string checkTrace(const std::string& selection) {
   try {
     Zarn::TraceSettings::select(selection);
@@ -38,8 +43,8 @@ std::string checkTrace(const std::string& selection) {
 
 }  // namespace
 
-SourceOptions Options::sourceOptions(const Directives& configured) const {
-  SourceOptions options = configured.sourceOr({.source = "demo"});
+SourceOptions Options::sourceOptions(const Directives& configured, const std::string& otherwise) const {
+  SourceOptions options = configured.sourceOr({.source = otherwise});
   if (source) options.source = *source;
   if (poll) options.poll = *poll;
   return options;
@@ -66,7 +71,8 @@ ParsedOptions parseOptions(int argc, char** argv) {
                      "Address to serve on, in net-snmp's transport syntax; may be given several times "
                      "[udp:127.0.0.1:1161]")
           ->type_name("ADDRESS")
-          ->allow_extra_args(false);
+          ->allow_extra_args(false)
+          ->check(checkAddress, "");
   CLI::Option* const agentX =
       app.add_option("--agentx", agentXSocket, "Serve through the SNMP agent that listens for sub-agents here")
           ->type_name("SOCKET")

@@ -21,8 +21,8 @@ struct Options {
   bool check = false;  ///< say what works, and end
   std::string module;  ///< file of the MIB module
 
-  /// What to follow: the command line outranks the configuration, and that the built-in demo clock.
-  SourceOptions sourceOptions(const Directives& configured) const;
+  /// What to follow: the command line outranks the configuration. Where neither names a source, it is the other one.
+  SourceOptions sourceOptions(const Directives& configured, const std::string& otherwise = "demo") const;
 };
 
 /// Parses the command line; an exit code where the program is to end at once (help, version, a usage error, each

@@ -5,12 +5,15 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <spdlog/spdlog.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
+#include <utility>
 
 // The agent's own MIB modules that a manager expects of any agent. Their headers are not installed.
 extern "C" {
@@ -26,6 +29,12 @@ namespace {
 
 constexpr char applicationName[] = "ptpsnmpd";
 constexpr char defaultAddress[] = "udp:127.0.0.1:1161";
+// Who may read, and what the device is, a sub-agent leaves to its master. One file serves for both ways.
+constexpr const char* mastersDirectives[] = {
+    "access",       "authaccess",  "authcommunity", "authgroup",    "authuser", "createUser",
+    "group",        "master",      "rocommunity",   "rocommunity6", "rouser",   "rwcommunity",
+    "rwcommunity6", "rwuser",      "setaccess",     "sysContact",   "sysDescr", "sysLocation",
+    "sysName",      "sysObjectID", "sysServices",   "view"};
 constexpr const char* loopbackAccess[] = {"rocommunity public 127.0.0.1", "rocommunity6 public ::1"};
 
 spdlog::level::level_enum levelOf(int priority) {
@@ -34,12 +43,16 @@ spdlog::level::level_enum levelOf(int priority) {
   return spdlog::level::debug;  // what it merely notes is no news to an operator
 }
 
+// A refused registration is what AgentXLink sees to, and says once for all tables.
+bool isOthersToSay(std::string_view text) { return text.starts_with("registering pdu failed"); }
+
 // Sends the library's log lines where ours go.
 int logLibraryMessage(int, int, void* message, void*) {
   const auto* const log = static_cast<const snmp_log_message*>(message);
   std::string text = log->msg;
   while (!text.empty() && text.back() == '\n') text.pop_back();
-  if (!text.empty()) spdlog::log(levelOf(log->priority), "{}", text);
+  DirectiveReader::engineSaid(text);
+  if (!text.empty()) spdlog::log(isOthersToSay(text) ? spdlog::level::debug : levelOf(log->priority), "{}", text);
   return SNMP_ERR_NOERROR;
 }
 
@@ -51,6 +64,13 @@ int grantLoopbackAccess(int, int, void*, void* builtInAccess) {
   for (std::string line : loopbackAccess) netsnmp_config(line.data());
   return SNMP_ERR_NOERROR;
 }
+
+std::string addressesOfTheFiles() {
+  const char* const addresses = netsnmp_ds_get_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS);
+  return addresses == nullptr ? "" : addresses;
+}
+
+void ignore(const char*, char*) {}
 
 void setDefaults(bool isSubAgent) {
   // Without this the library listens for SMUX peers on TCP port 199.
@@ -66,16 +86,41 @@ void setDefaults(bool isSubAgent) {
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD, 1);
 }
 
+// Items without the blanks around them, as in "udp:161, udp6:161".
 std::vector<std::string> split(const std::string& list) {
   std::vector<std::string> items;
   std::istringstream stream(list);
-  for (std::string item; std::getline(stream, item, ',');) items.push_back(item);
+  for (std::string item; std::getline(stream, item, ',');) {
+    item.erase(0, item.find_first_not_of(" \t"));
+    item.erase(item.find_last_not_of(" \t") + 1);
+    if (!item.empty()) items.push_back(item);
+  }
   return items;
+}
+
+// The library passes over a file that it may not read, and would serve by what is built in. A folder that may not be
+// searched hides whether a file is there: net-snmp's own, of other users, are such.
+void requireReadable(const std::string& file) {
+  if (access(file.c_str(), F_OK) == 0 && access(file.c_str(), R_OK) != 0) {
+    throw ConfigurationRefused(fmt::format("{}: {}", file, std::strerror(errno)));
+  }
+}
+
+void requireReadableConfiguration(const std::string& configFile) {
+  if (!configFile.empty()) requireReadable(configFile);
+  std::istringstream folders(get_configuration_directory());
+  for (std::string folder; std::getline(folders, folder, ENV_SEPARATOR_CHAR);) {
+    for (const char* ending : {".conf", ".local.conf"}) {
+      requireReadable(fmt::format("{}/{}{}", folder, applicationName, ending));
+    }
+  }
 }
 
 }  // namespace
 
-SnmpEngine::SnmpEngine(const SnmpEngineOptions& options) : isSubAgent_(!options.agentXSocket.empty()) {
+SnmpEngine::SnmpEngine(const SnmpEngineOptions& options)
+    : options_(options), isSubAgent_(!options.agentXSocket.empty()) {
+  requireReadableConfiguration(options_.configFile);
   setDefaults(isSubAgent_);
   snmp_disable_log();
   snmp_enable_calllog();
@@ -88,6 +133,7 @@ SnmpEngine::SnmpEngine(const SnmpEngineOptions& options) : isSubAgent_(!options.
   if (isSubAgent_) {
     // It would connect while the configuration is read, and wait for the answer: see AgentXLink.
     snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, subagent_startup, nullptr, 1);
+    for (const char* directive : mastersDirectives) register_app_config_handler(directive, ignore, nullptr, nullptr);
   } else {
     init_sysORTable();
     init_system_mib();
@@ -96,22 +142,20 @@ SnmpEngine::SnmpEngine(const SnmpEngineOptions& options) : isSubAgent_(!options.
   }
   netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE, applicationName);
   directives_.emplace();
-  if (!options.configFile.empty()) {
-    netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG, options.configFile.c_str());
+  if (!options_.configFile.empty()) {
+    netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG, options_.configFile.c_str());
   }
   init_snmp(applicationName);
-  if (!isSubAgent_) configureMaster(options);
+  if (!isSubAgent_) configureMaster();
 }
 
-void SnmpEngine::configureMaster(const SnmpEngineOptions& options) {
-  const char* const configured = netsnmp_ds_get_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS);
-  if (!options.listen.empty()) {
-    addresses_ = options.listen;
-  } else if (configured != nullptr) {
-    addresses_ = split(configured);
-  } else {
-    addresses_ = {defaultAddress};
+void SnmpEngine::configureMaster() {
+  configuredAddresses_ = addressesOfTheFiles();
+  for (const std::string& list : options_.listen) {
+    for (std::string& address : split(list)) addresses_.push_back(std::move(address));
   }
+  if (addresses_.empty()) addresses_ = split(configuredAddresses_);
+  if (addresses_.empty()) addresses_ = {defaultAddress};
   netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS,
                         fmt::format("{}", fmt::join(addresses_, ",")).c_str());
 }
@@ -126,7 +170,17 @@ SnmpEngine::~SnmpEngine() {
   shutdown_agent();
 }
 
-void SnmpEngine::rereadConfiguration() { update_config(); }
+void SnmpEngine::rereadConfiguration() {
+  requireReadableConfiguration(options_.configFile);
+  // The directive adds to what is there.
+  netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS, nullptr);
+  update_config();
+  const std::string before = std::exchange(configuredAddresses_, addressesOfTheFiles());
+  if (!isSubAgent_ && options_.listen.empty() && before != configuredAddresses_) {
+    spdlog::warn("agentAddress has changed, which takes a restart; serving on {} until then",
+                 fmt::join(addresses_, ","));
+  }
+}
 
 void SnmpEngine::listen() {
   if (isSubAgent_) return;

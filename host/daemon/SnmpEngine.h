@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,12 @@ struct SnmpEngineOptions {
   std::string agentXSocket;         ///< of the master agent to serve through; empty where it serves alone
 };
 
+/// The configuration cannot be what the operator wrote. what() names the file or the directive.
+class ConfigurationRefused : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 /// net-snmp's agent library, as a master agent of its own or as a sub-agent (see AgentXLink). At most one exists in a
 /// process.
 ///
@@ -24,12 +31,14 @@ struct SnmpEngineOptions {
 class SnmpEngine {
  public:
   /// Reads the configuration. Opens nothing yet: tables are registered first, so that the first request finds them.
+  /// Throws ConfigurationRefused where a file of it cannot be read.
   explicit SnmpEngine(const SnmpEngineOptions& options);
   SnmpEngine(const SnmpEngine&) = delete;
   SnmpEngine& operator=(const SnmpEngine&) = delete;
   ~SnmpEngine();
 
-  /// Reads the configuration anew. Addresses stay those that were opened.
+  /// Reads the configuration anew. Addresses stay those that were opened. Throws ConfigurationRefused where a file of
+  /// it cannot be read: nothing has changed then.
   void rereadConfiguration();
 
   /// Opens the addresses; nothing for a sub-agent. Throws std::runtime_error, naming address and reason.
@@ -42,10 +51,12 @@ class SnmpEngine {
   bool builtInAccess() const noexcept { return builtInAccess_; }
 
  private:
-  void configureMaster(const SnmpEngineOptions& options);
+  void configureMaster();
 
+  const SnmpEngineOptions options_;
   const bool isSubAgent_;
   std::optional<DirectiveReader> directives_;
+  std::string configuredAddresses_;  // by the files
   std::vector<std::string> addresses_;
   bool builtInAccess_ = false;
 };

@@ -5,10 +5,13 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <functional>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "AgentXLink.h"
 #include "BuildInfo.h"
@@ -62,10 +65,14 @@ class Signals {
   EventLoop::Handle readable_;
 };
 
-// A port alone listens on every address; a manager on this machine reaches it by loopback.
-std::string managerAddress(const std::string& listen) {
-  const bool portOnly = listen.find_first_not_of("0123456789") == std::string::npos;
-  return portOnly ? "127.0.0.1:" + listen : listen;
+// The first that a manager reaches: nothing answers over a Unix socket, whose clients have no address. A port alone
+// listens on every address; a manager on this machine reaches it by loopback.
+std::string managerAddress(const std::vector<std::string>& addresses) {
+  const auto reachable = [](const std::string& each) { return !each.starts_with("unix:") && !each.starts_with('/'); };
+  const auto found = std::find_if(addresses.begin(), addresses.end(), reachable);
+  const std::string& address = found == addresses.end() ? addresses.front() : *found;
+  const std::string rest = address.starts_with("udp:") ? address.substr(4) : address;
+  return rest.find_first_not_of("0123456789") == std::string::npos ? "127.0.0.1:" + rest : rest;
 }
 
 void announce(const SnmpEngine& engine, const Options& options, const std::string& source) {
@@ -73,10 +80,10 @@ void announce(const SnmpEngine& engine, const Options& options, const std::strin
   if (engine.isSubAgent()) {
     text += fmt::format("through the SNMP agent at {}\n", options.engine.agentXSocket);
   } else {
-    const std::string address = managerAddress(engine.addresses().front());
-    text += fmt::format("on {}\nTry: snmpbulkwalk -v2c -c {} -On {} 1.3.6.1.2.1.241\n",
-                        fmt::join(engine.addresses(), ","), engine.builtInAccess() ? "public" : "COMMUNITY",
-                        address.starts_with("udp:") ? address.substr(4) : address);
+    text += fmt::format("on {}\nTry: snmpbulkwalk {} -On {} 1.3.6.1.2.1.241\n", fmt::join(engine.addresses(), ","),
+                        engine.builtInAccess() ? "-v2c -c public" : "ACCESS", managerAddress(engine.addresses()));
+    if (!engine.builtInAccess())
+      text += "ACCESS is -v2c -c COMMUNITY, or -v3 -u USER with its level and passphrases.\n";
   }
   // Nobody need be there to read it.
   std::fputs(text.c_str(), stdout);
@@ -84,18 +91,23 @@ void announce(const SnmpEngine& engine, const Options& options, const std::strin
 }
 
 // The traces asked for on the command line add to those of the configuration.
-void follow(ServedClock& clock, const SnmpEngine& engine, const Options& options) {
+void follow(ServedClock& clock, const SnmpEngine& engine, const Options& options, const std::string& otherwise) {
   Zarn::TraceSettings::select(options.trace);
-  clock.follow(options.sourceOptions(engine.directives()));
+  const Directives& configured = engine.directives();
+  for (const std::string& refused : {configured.sourceRefused, configured.pollRefused}) {
+    if (!refused.empty()) throw ConfigurationRefused("configuration: " + refused);
+  }
+  clock.follow(options.sourceOptions(configured, otherwise));
 }
 
-// What can no longer be served leaves what is served as it is. Runs in a callback, which must not throw.
+// What can no longer be served leaves what is served as it is, and so does a configuration that names no source any
+// more: nobody shall take the demo for the clock. Runs in a callback, which must not throw.
 void reload(ServedClock& clock, SnmpEngine& engine, const Options& options, const ServiceManager& manager) {
   manager.reloading();
   try {
     engine.rereadConfiguration();
-    follow(clock, engine, options);
-    spdlog::info("configuration read anew; serving {}", options.sourceOptions(engine.directives()).source);
+    follow(clock, engine, options, clock.options().source);
+    spdlog::info("configuration read anew; serving {}", clock.options().source);
   } catch (const std::exception& error) {
     spdlog::error("{}; the source stays as it was", error.what());
   }
@@ -108,10 +120,11 @@ int serve(const Options& options) {
   const ServiceManager manager(loop);
   // Each outlives those that use it. Tables are registered before anybody can ask for them.
   SnmpEngine engine(options.engine);
-  ServedClock clock(loop, options.module);
+  MonotonicCounters counters;
+  ServedClock clock(loop, counters, options.module);
   const Signals signals(loop, [&] { reload(clock, engine, options, manager); });
   try {
-    follow(clock, engine, options);
+    follow(clock, engine, options, "demo");
   } catch (const std::exception& error) {
     spdlog::error("{}", error.what());
     return badInput;
@@ -119,7 +132,7 @@ int serve(const Options& options) {
   engine.listen();
   std::optional<AgentXLink> link;
   if (engine.isSubAgent()) link.emplace(loop, options.engine.agentXSocket);
-  announce(engine, options, options.sourceOptions(engine.directives()).source);
+  announce(engine, options, clock.options().source);
   manager.ready();
   loop.run();
   manager.stopping();
@@ -135,6 +148,9 @@ int main(int argc, char** argv) {
   logToStandardError(parsed.options->logLevel);
   try {
     return parsed.options->check ? check(*parsed.options) : serve(*parsed.options);
+  } catch (const ConfigurationRefused& error) {
+    spdlog::error("{}", error.what());
+    return badInput;
   } catch (const std::exception& error) {
     spdlog::error("{}", error.what());
     return runtimeFailure;

@@ -73,7 +73,7 @@ class SnmpdLog {
 
 class Loader {
  public:
-  Loader() : clock_(loop_, moduleFileNear(ownFolder())) {
+  explicit Loader(MonotonicCounters& counters) : clock_(loop_, counters, moduleFileNear(ownFolder())) {
     // The directives come after the line that loads, and snmpd may yet become a daemon and another user: the source is
     // opened by the first turn of its loop.
     start_ = loop_.after(std::chrono::milliseconds(1), [this] { follow(); });
@@ -82,7 +82,11 @@ class Loader {
  private:
   // Runs in a callback, which must not throw.
   void follow() {
-    const SourceOptions options = directives_.value().sourceOr({.source = "ptp4l"});
+    const Directives& directives = directives_.value();
+    if (!directives.sourceRefused.empty()) {
+      return spdlog::error("{}; the tables stay empty", directives.sourceRefused);
+    }
+    const SourceOptions options = directives.sourceOr({.source = "ptp4l"});
     try {
       clock_.follow(options);
       spdlog::info("serving {}", options.source);
@@ -99,6 +103,8 @@ class Loader {
 };
 
 std::unique_ptr<Loader> loader;
+// Outlives it: snmpd unloads and loads the module at each SIGHUP, its uptime goes on, and so must its counters.
+MonotonicCounters counters;
 
 }  // namespace
 }  // namespace host
@@ -106,7 +112,7 @@ std::unique_ptr<Loader> loader;
 // snmpd runs it on each reading of its configuration that names the module. No exception may reach it.
 void init_ptpsnmp(void) {
   try {
-    if (!host::loader) host::loader = std::make_unique<host::Loader>();
+    if (!host::loader) host::loader = std::make_unique<host::Loader>(host::counters);
   } catch (const std::exception& error) {
     snmp_log(LOG_ERR, "ptpsnmp: %s\n", error.what());
   }

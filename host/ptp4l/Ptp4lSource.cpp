@@ -37,12 +37,14 @@ Ptp::PortIdentity ownIdentity() {
 
 }  // namespace
 
-Ptp4lSource::Ptp4lSource(EventLoop& loop, std::string socketPath, milliseconds poll, bool events)
+Ptp4lSource::Ptp4lSource(EventLoop& loop, MonotonicCounters& counters, std::string socketPath, milliseconds poll,
+                         bool events)
     : loop_(loop),
       socketPath_(std::move(socketPath)),
       period_(poll),
       events_(events),
       clock_(ownIdentity()),
+      counters_(counters),
       interfaces_(loop, [this] { deliverWhole(); }) {}
 
 void Ptp4lSource::start(SnapshotSink sink) {

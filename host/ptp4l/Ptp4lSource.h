@@ -26,8 +26,9 @@ namespace host::ptp4l {
 /// service or clock that is new, nothing is shown until a poll was answered in full.
 class Ptp4lSource final : public Source {
  public:
-  Ptp4lSource(EventLoop& loop, std::string socketPath, std::chrono::milliseconds poll = std::chrono::seconds(1),
-              bool events = true);
+  /// The counters are what was shown of the service before, and must outlive the source.
+  Ptp4lSource(EventLoop& loop, MonotonicCounters& counters, std::string socketPath,
+              std::chrono::milliseconds poll = std::chrono::seconds(1), bool events = true);
 
   void start(SnapshotSink sink) override;
 
@@ -68,7 +69,7 @@ class Ptp4lSource final : public Source {
   std::chrono::steady_clock::time_point pollBegan_;
   DomainSearch domains_;
   ClockPoll clock_;
-  MonotonicCounters counters_;
+  MonotonicCounters& counters_;
   std::optional<StatusSnapshot> delivered_;
   std::set<std::string> warnings_;
 

@@ -21,6 +21,10 @@ RESTARTS = 50
 BACK_WITHIN = 2  # seconds
 
 
+def transparent_rows(agent):
+    return agent.snmp.walk(f"{PTPBASE}.1.2.6")
+
+
 class Agents:
     """A stock snmpd that takes sub-agents, and the daemon as one of them."""
 
@@ -89,6 +93,32 @@ class BesideSnmpd(unittest.TestCase):
             with agents.master:
                 agents.rows()
             self.assertEqual(agents.sub_agent.output().count("No such file"), 1)
+
+    def test_tables_that_another_serves_are_taken_over_when_it_ends(self):
+        with scratch_folder() as folder, Agents(folder, "--source", "demo") as first:
+            self.assertTrue(first.rows())
+            self.assertFalse(transparent_rows(first.master))
+            with Process(folder, "second", [daemon_program(), "--agentx", first.socket, "--source", "demo:transparent",
+                                            "--trace", "Snmp/off"]) as second:
+                wait_for("the refusal is said", lambda: "does not take the tables" in second.output())
+                self.assertNotIn("serving through", second.output())
+                self.assertFalse(transparent_rows(first.master))
+                self.assertEqual(first.sub_agent.stop(), 0)
+                wait_for("the other's rows", lambda: transparent_rows(first.master))
+                self.assertEqual(second.output().count("does not take the tables"), 1)
+                self.assertNotIn("registering pdu failed", second.output())
+                self.assertEqual(second.stop(), 0)
+
+    def test_what_a_file_says_of_access_is_left_to_the_master(self):
+        with scratch_folder() as folder:
+            configuration = folder / "ptpsnmpd.conf"
+            configuration.write_text("rouser monitor authpriv -V ptp\nview ptp included .1.3.6.1.2.1.241\n"
+                                     "createUser monitor SHA passphrase AES passphrase\nrocommunity public 127.0.0.1\n"
+                                     "sysName here\nagentAddress udp:161\nsunDial yes\n")
+            with Agents(folder, "--config", configuration) as agents:
+                agents.rows()
+                self.assertEqual(agents.sub_agent.output().count("Unknown token"), 1)
+                self.assertIn("Unknown token: sunDial", agents.sub_agent.output())
 
     def test_a_reload_keeps_the_connection(self):
         with scratch_folder() as folder, Agents(folder) as agents:

@@ -163,7 +163,10 @@ class Inside(Checks):
         with scratch_folder() as folder:
             lines = ["rocommunity public", *loading("sundial")]
             (folder / "snmpd.conf").write_text("\n".join(lines))
-            self.assert_fails(inside(folder), '"sundial" is not demo')
+            self.assert_fails(inside(folder), 'snmpd.conf:3: ptpSource sundial: "sundial" is not demo')
+            (folder / "snmpd.conf").write_text("\n".join(["rocommunity public", *loading('"demo" # a comment')]))
+            status, said = inside(folder)
+            self.assertEqual(status, 0, said)
 
     def test_a_source_that_snmpd_does_not_read_is_named(self):
         with scratch_folder() as folder:

@@ -118,6 +118,15 @@ class Check(Checks):
             self.assert_fails(result, f"{folder}/ptpsnmpd.conf: line 2", "ptpPoll")
             self.assertEqual(result[1].count("FAILS"), 1, result[1])
 
+    def test_a_configuration_that_may_not_be_read_is_named(self):
+        if os.geteuid() != 0:
+            self.skipTest("only root can become another user")
+        with scratch_folder() as folder:
+            (folder / "ptpsnmpd.conf").write_text("ptpSource demo\n")
+            os.chmod(folder / "ptpsnmpd.conf", 0o600)
+            self.assert_fails(check(folder, *alone(), under=OTHER_USER),
+                              f"configuration  {folder}/ptpsnmpd.conf: Permission denied")
+
     def test_a_missing_socket_of_ptp4l_is_named(self):
         with scratch_folder() as folder:
             self.assert_fails(check(folder, "--source", f"ptp4l:{folder}/ptp4l", *alone()), "there is no such socket",

@@ -167,6 +167,10 @@ class Process:
         self._arguments = [str(argument) for argument in arguments]
         self._process = None
 
+    def run_under(self, *tool):
+        """Has a tool such as setpriv or valgrind run it."""
+        self._arguments[:0] = [str(argument) for argument in tool]
+
     def __enter__(self):
         with open(self.log, "a", encoding="utf-8") as log:
             self._process = subprocess.Popen(
@@ -215,6 +219,15 @@ def scratch_folder():
             for log in sorted(Path(name).glob("*.log")):
                 print(f"----- {log.name}", log.read_text(encoding="utf-8", errors="replace"), sep="\n")
             raise
+
+
+def as_nobody():
+    """What runs a program as a user without any right. Skips where another user cannot run the daemon."""
+    user = ("setpriv", "--reuid=65534", "--regid=65534", "--clear-groups")
+    if (os.geteuid() != 0 or shutil.which("setpriv") is None
+            or subprocess.run([*user, daemon_program(), "--version"], capture_output=True).returncode != 0):
+        raise unittest.SkipTest("another user cannot run the daemon here")
+    return user
 
 
 def free_udp_port():
@@ -296,7 +309,7 @@ class Snmpd(Process):
         return self
 
     def run_under(self, *tool):
-        """Has a tool such as valgrind run it."""
+        """The tool shall run it, and not what sets its environment."""
         at = self._arguments.index("snmpd")
         self._arguments[at:at] = [str(argument) for argument in tool]
 

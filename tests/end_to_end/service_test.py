@@ -10,7 +10,8 @@ import socket
 import subprocess
 import unittest
 
-from harness import Daemon, Failed, Process, Snmp, daemon_program, free_udp_port, run_tests, scratch_folder, wait_for
+from harness import (
+    Daemon, Failed, Process, Snmp, as_nobody, daemon_program, free_udp_port, run_tests, scratch_folder, wait_for)
 
 PTPBASE = "1.3.6.1.2.1.241"
 TRANSPARENT_ROWS = f"{PTPBASE}.1.2.6"
@@ -113,9 +114,75 @@ class Reload(unittest.TestCase):
         self.configure("ptpSource demo")
         with self.daemon() as daemon:
             self.configure("ptpSource demo", "", "ptpPoll -1")
-            self.reload(daemon)
+            self.reload(daemon, "the source stays as it was")
             self.assertIn(f'{self.configuration}: line 3: Error: ptpPoll: "-1"', daemon.output())
             self.assertTrue(daemon.snmp.get(PRIORITY1))
+
+    def test_a_source_that_nobody_knows_or_names_is_never_replaced_by_the_demo(self):
+        self.configure("ptpSource demo:transparent")
+        with self.daemon() as daemon:
+            for line, outcome in [("ptpSource plt4l", "the source stays as it was"),
+                                  ("ptpSource", "the source stays as it was"), ("", "configuration read anew")]:
+                self.configure(line)
+                self.reload(daemon, outcome)
+                self.assertNotEqual(daemon.snmp.walk(TRANSPARENT_ROWS), {})
+
+    def test_a_configuration_that_is_refused_starts_nothing(self):
+        for line in ["ptpSource plt4l", "ptpSource", "ptpPoll -1", "ptpPoll"]:
+            self.configure(line)
+            daemon = subprocess.run([daemon_program(), "--config", self.configuration, "--listen",
+                                     f"udp:127.0.0.1:{free_udp_port()}"], capture_output=True, text=True, timeout=60)
+            self.assertEqual(daemon.returncode, 2, line)
+            self.assertIn(f"configuration: {line.split()[0]}: ", daemon.stderr)
+            self.assertNotIn("ready", daemon.stdout)
+
+    def test_a_comment_may_follow_a_directive_and_quotes_keep_blanks(self):
+        folder = self.folder / "a # b"
+        folder.mkdir()
+        replay = folder / "status.jsonl"
+        replay.write_text('{"at": 0, "status": {}}\n')
+        self.configure(f'ptpSource "replay:{replay}"  # the recording', "ptpPoll 500 # twice a second")
+        with self.daemon() as daemon:
+            self.assertIn(f"serving replay:{replay} on", daemon.output())
+
+    def test_a_configuration_that_may_not_be_read_is_refused_and_changes_nothing(self):
+        self.configure("ptpSource demo:transparent", "rocommunity first 127.0.0.1")
+        os.chmod(self.folder, 0o755)
+        options = ["--config", self.configuration, "--trace", "Snmp/off"]
+        daemon = Daemon(self.folder, *options)
+        daemon.run_under(*as_nobody())
+        with daemon:
+            os.chmod(self.configuration, 0o600)
+            self.reload(daemon, "the source stays as it was")
+            self.assertIn(f"{self.configuration}: Permission denied", daemon.output())
+            reader = Snmp(daemon.port, community="first")
+            self.assertNotEqual(reader.walk(TRANSPARENT_ROWS), {})
+            with self.assertRaises(Failed):
+                daemon.snmp.get(PRIORITY1)
+            self.assertEqual(daemon.stop(), 0)
+        again = subprocess.run([*as_nobody(), daemon_program(), *options], capture_output=True, text=True, timeout=60)
+        self.assertEqual(again.returncode, 2)
+        self.assertIn(f"{self.configuration}: Permission denied", again.stderr)
+
+    def test_another_address_takes_a_restart_and_that_is_said(self):
+        port = free_udp_port()
+        self.configure(f"agentAddress udp:127.0.0.1:{port}")
+        with Process(self.folder, "ptpsnmpd", [daemon_program(), "--config", self.configuration]) as daemon:
+            wait_for("the daemon is ready", lambda: "is ready" in daemon.output())
+            self.reload(daemon)
+            self.assertNotIn("takes a restart", daemon.output())
+            self.configure("agentAddress udp:127.0.0.1:1")
+            self.reload(daemon)
+            self.assertIn(f"takes a restart; serving on udp:127.0.0.1:{port} until then", daemon.output())
+            self.assertTrue(Snmp(port).get(PRIORITY1))
+
+    def test_blanks_in_a_list_of_addresses_do_no_harm(self):
+        ports = [free_udp_port(), free_udp_port()]
+        self.configure(f"agentAddress udp:127.0.0.1:{ports[0]}, udp:127.0.0.1:{ports[1]}")
+        with Process(self.folder, "ptpsnmpd", [daemon_program(), "--config", self.configuration]) as daemon:
+            wait_for("the daemon is ready", lambda: "is ready" in daemon.output())
+            for port in ports:
+                self.assertTrue(Snmp(port).get(PRIORITY1))
 
     def test_access_follows_the_configuration(self):
         self.configure("rocommunity first 127.0.0.1")

@@ -17,6 +17,7 @@ from harness import SKIPPED, Daemon, Snmpd, loader_file, run_tests, scratch_fold
 
 PTPBASE = "1.3.6.1.2.1.241"
 PRIORITY1 = f"{PTPBASE}.1.2.3.1.6.0.2.1"
+PACKETS_SENT = f"{PTPBASE}.1.2.9.1.14.0.2.1.1"
 UP_TIME_WITHIN = 0.05  # seconds
 RELOADS = 100
 
@@ -95,11 +96,32 @@ class InsideSnmpd(unittest.TestCase):
 
     def test_a_bad_directive_is_named_with_its_line_and_costs_nothing_else(self):
         with scratch_folder() as folder:
-            lines = loading("ptpSource demo", "ptpPoll soon", "ptpSource sundial", "ptpTrace Snmp/99")
-            with Snmpd(folder, *lines) as snmpd:
+            with Snmpd(folder, *loading("ptpSource demo", "ptpPoll soon", "ptpTrace Snmp/99")) as snmpd:
                 rows(snmpd)
-                for number, complaint in [(6, 'ptpPoll: "soon"'), (7, 'ptpSource: "sundial"'), (8, "ptpTrace: ")]:
+                for number, complaint in [(6, 'ptpPoll: "soon"'), (7, "ptpTrace: ")]:
                     self.assertRegex(snmpd.output(), f"line {number}: Error: {complaint}")
+
+    def test_a_source_that_nobody_knows_is_no_other_source(self):
+        with scratch_folder() as folder, Snmpd(folder, *loading("ptpSource plt4l")) as snmpd:
+            wait_for("the complaint", lambda: "the tables stay empty" in snmpd.output())
+            self.assertRegex(snmpd.output(), 'line 5: Error: ptpSource: "plt4l"')
+            self.assertNotIn("serving", snmpd.output())
+
+    def test_counters_do_not_go_back_when_snmpd_reloads_after_ptp4l_restarted(self):
+        with scratch_folder() as folder:
+            path = folder / "ptp4l"
+            with FakeService(path) as service:
+                service.tell(packets=16000)
+                snmpd = Snmpd(folder, *loading(f"ptpSource ptp4l:{path}", "ptpPoll 50")).__enter__()
+                self.addCleanup(snmpd.stop)
+                before = int(rows(snmpd)[PACKETS_SENT])
+            self.assertGreater(before, 16000)
+            with FakeService(path) as service:
+                service.tell(packets=7)
+                wait_for("the other run's packets", lambda: int(snmpd.snmp.walk(PTPBASE).get(PACKETS_SENT, 0)) > before)
+                shown = int(rows(snmpd)[PACKETS_SENT])
+                reload(snmpd)
+                self.assertEqual(int(rows(snmpd)[PACKETS_SENT]), shown)
 
     def test_a_bad_replay_is_said_and_leaves_the_tables_empty(self):
         with scratch_folder() as folder:

@@ -43,7 +43,8 @@ TEST_F(Ptp4lSourceFaultsTest, TwoClientsOfOneProcessBothHearWhatIsReported) {
   startSource(1h);
   ASSERT_TRUE(reached([&] { return shown(); }));
   std::optional<StatusSnapshot> other;
-  Ptp4lSource second(loop, socketPath, 1h);
+  MonotonicCounters othersCounters;
+  Ptp4lSource second(loop, othersCounters, socketPath, 1h);
   second.start([&](const StatusSnapshot& status) { other = status; });
   ASSERT_TRUE(reached([&] { return other && service->subscribers() == 2; }));
   service->portData[10] = 9;

@@ -55,7 +55,7 @@ class Ptp4lSourceTest : public testing::Test {
 
   void startService() { service.emplace(loop, socketPath); }
   void startSource(std::chrono::milliseconds poll = period) {
-    source.emplace(loop, socketPath, poll, events);
+    source.emplace(loop, counters, socketPath, poll, events);
     source->start([this](const StatusSnapshot& snapshot) {
       ++offered;
       if (sinkRefuses && snapshot.defaultDS) throw StatusRefused("port 1: refused by the test");
@@ -95,6 +95,7 @@ class Ptp4lSourceTest : public testing::Test {
   int offered = 0;
   bool sinkRefuses = false;  ///< but for an empty one
   bool events = true;
+  MonotonicCounters counters;
   std::optional<Ptp4lSource> source;
 };
 

@@ -124,7 +124,8 @@ TEST_F(Ptp4lSourceTest, TheLeftOverOfACrashIsSweptAwayAndALivingClientsIsNot) {
     ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
     close(fd);
   }
-  Ptp4lSource another(loop, socketPath, period);
+  MonotonicCounters othersCounters;
+  Ptp4lSource another(loop, othersCounters, socketPath, period);
   another.start([](const StatusSnapshot&) {});
   EXPECT_FALSE(std::filesystem::exists(leftOver));
   EXPECT_TRUE(std::filesystem::exists(living));
@@ -213,6 +214,22 @@ TEST_F(Ptp4lSourceTest, ACounterThatRestartsGoesOnFromWhatWasShown) {
   EXPECT_EQ(snapshots.back().mibData->counters.packetsSent, 2 * before.packetsSent);
 }
 
+TEST_F(Ptp4lSourceTest, TheCountersOfAServiceThatRestartedGoOnInTheNextSource) {
+  startService();
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  service.reset();
+  ASSERT_TRUE(reached([&] { return emptied(); }));
+  startService();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  const auto before = snapshots.back().mibData->counters;
+  source.reset();
+  snapshots.clear();
+  startSource();
+  ASSERT_TRUE(reached([&] { return shown(); }));
+  EXPECT_EQ(snapshots.back().mibData->counters, before);
+}
+
 TEST_F(Ptp4lSourceTest, ARefusedMessageCostsItsColumnsAndIsAskedAgainOnlyAfterAReturn) {
   constexpr std::uint16_t portStats = 0xc005;
   startService();
@@ -279,7 +296,7 @@ TEST_F(Ptp4lSourceTest, TheClientsSocketIsPrivateAndGoesWithIt) {
 }
 
 TEST_F(Ptp4lSourceTest, APathThatIsNoSocketAddressIsRefusedAtTheStart) {
-  Ptp4lSource tooLong(loop, std::string(200, 'x'), period);
+  Ptp4lSource tooLong(loop, counters, std::string(200, 'x'), period);
   EXPECT_THROW(tooLong.start([](const StatusSnapshot&) {}), std::runtime_error);
 }
 
