@@ -122,10 +122,10 @@ class Check(Checks):
         if os.geteuid() != 0:
             self.skipTest("only root can become another user")
         with scratch_folder() as folder:
-            (folder / "ptpsnmpd.conf").write_text("ptpSource demo\n")
-            os.chmod(folder / "ptpsnmpd.conf", 0o600)
-            self.assert_fails(check(folder, *alone(), under=OTHER_USER),
-                              f"configuration  {folder}/ptpsnmpd.conf: Permission denied")
+            (folder / "own.conf").write_text("ptpSource demo\n")
+            os.chmod(folder / "own.conf", 0o600)
+            self.assert_fails(check(folder, "--config", folder / "own.conf", *alone(), under=OTHER_USER),
+                              f"configuration  {folder}/own.conf: Permission denied")
 
     def test_a_missing_socket_of_ptp4l_is_named(self):
         with scratch_folder() as folder:
