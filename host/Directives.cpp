@@ -25,20 +25,6 @@ std::string refused(const char* token, const std::string& why) {
   return text;
 }
 
-// Without a comment, and without the quotes.
-std::string valueOf(const char* line) {
-  constexpr char blanks[] = " \t\r\n";
-  std::string text(line);
-  if (text.starts_with('"') || text.starts_with('\'')) {
-    const std::size_t end = text.find(text.front(), 1);
-    const std::size_t next = end == std::string::npos ? end : text.find_first_not_of(blanks, end + 1);
-    if (end != std::string::npos && (next == std::string::npos || text[next] == '#')) return text.substr(1, end - 1);
-  }
-  for (const char* comment : {" #", "\t#"}) text.erase(std::min(text.find(comment), text.size()));
-  text.erase(text.find_last_not_of(blanks) + 1);
-  return text;
-}
-
 void readSource(const char* token, char* line) {
   std::string source = valueOf(line);
   const std::string complaint = complaintAboutSource(source);
@@ -82,6 +68,19 @@ void forgetPoll() {
 void forgetTraces() { Zarn::TraceSettings::reset(); }
 
 }  // namespace
+
+std::string valueOf(const char* arguments) {
+  constexpr char blanks[] = " \t\r\n";
+  std::string text(arguments);
+  if (text.starts_with('"') || text.starts_with('\'')) {
+    const std::size_t end = text.find(text.front(), 1);
+    const std::size_t next = end == std::string::npos ? end : text.find_first_not_of(blanks, end + 1);
+    if (end != std::string::npos && (next == std::string::npos || text[next] == '#')) return text.substr(1, end - 1);
+  }
+  for (const char* comment : {" #", "\t#"}) text.erase(std::min(text.find(comment), text.size()));
+  text.erase(text.find_last_not_of(blanks) + 1);
+  return text;
+}
 
 SourceOptions Directives::sourceOr(const SourceOptions& defaults) const {
   return {source.value_or(defaults.source), poll.value_or(defaults.poll)};

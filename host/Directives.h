@@ -28,6 +28,9 @@ struct Directives {
   SourceOptions sourceOr(const SourceOptions& defaults) const;
 };
 
+/// The value in a directive's arguments: without a comment, and without the quotes.
+std::string valueOf(const char* arguments);
+
 /// Has the engine's configuration reader know the directives; one at a time in a process. What it read last is in
 /// value(); each reading starts from nothing. The engine's application name must be set.
 class DirectiveReader {

@@ -7,33 +7,22 @@ usage: PTPSNMPD=/path/to/ptpsnmpd check_test.py [unittest options]
 import os
 import socket
 import subprocess
-import unittest
+from pathlib import Path
 
+from checks import OTHER_USER, Checks, check
 from fake_service_test import PORT_STATS, FakeService
-from harness import Daemon, Snmpd, daemon_program, free_udp_port, run_tests, scratch_folder
-
-VIEW = "rocommunity public default -V systemonly"
+from harness import Daemon, free_udp_port, run_tests, scratch_folder
 
 
-def check(folder, *options):
-    """The exit status and what is said, in an environment with no configuration but the folder's."""
-    environment = {**os.environ, "SNMPCONFPATH": str(folder)}
-    result = subprocess.run([daemon_program(), "--check", *map(str, options)], capture_output=True, text=True, timeout=60,
-                            env=environment, stdin=subprocess.DEVNULL)
-    return result.returncode, result.stdout + result.stderr
+def alone_on(port):
+    return ["--listen", f"udp:127.0.0.1:{port}"]
 
 
 def alone():
-    return ["--listen", f"udp:127.0.0.1:{free_udp_port()}"]
+    return alone_on(free_udp_port())
 
 
-class Check(unittest.TestCase):
-    def assert_fails(self, result, *texts):
-        status, said = result
-        self.assertEqual(status, 1, said)
-        for text in texts:
-            self.assertIn(text, said)
-
+class Check(Checks):
     def test_where_everything_works_it_says_so(self):
         with scratch_folder() as folder, FakeService(folder / "ptp4l") as service:
             status, said = check(folder, "--source", f"ptp4l:{service.path}", *alone())
@@ -41,15 +30,102 @@ class Check(unittest.TestCase):
             self.assertNotIn("FAILS", said)
             self.assertRegex(said, r"ok +ptp4l +\S+: clock 020000\.fffe\.000b01 in domain 0, \d+ ports")
 
-    def test_a_port_in_use_is_named(self):
+    def test_a_port_that_a_daemon_has_is_noted(self):
         with scratch_folder() as folder, Daemon(folder) as daemon:
-            self.assert_fails(check(folder, "--listen", f"udp:127.0.0.1:{daemon.port}"),
-                              "Address already in use", f"ss -lunp 'sport = :{daemon.port}'")
+            status, said = check(folder, "--listen", f"udp:127.0.0.1:{daemon.port}")
+            self.assertEqual(status, 0, said)
+            self.assertIn(f"Address already in use, by a ptpsnmpd that runs (process {daemon.process_id})", said)
+
+    def test_a_port_that_another_program_has_is_named_among_others_and_by_its_protocol(self):
+        with scratch_folder() as folder, socket.socket() as other:
+            other.bind(("127.0.0.1", 0))
+            other.listen()
+            port = other.getsockname()[1]
+            with Daemon(folder):  # a daemon that runs elsewhere is not to blame
+                result = check(folder, *alone(), "--listen", f"tcp:127.0.0.1:{port}")
+            self.assert_fails(result, f"tcp:127.0.0.1:{port}: Address already in use", f"ss -ltnp 'sport = :{port}'")
+            self.assertRegex(result[1], r"ok +addresses +udp:127\.0\.0\.1:\d+ can be opened")
+
+    def test_an_address_twice_is_named(self):
+        with scratch_folder() as folder:
+            self.assert_fails(check(folder, *2 * alone_on(free_udp_port())), "Address already in use")
+
+    def test_a_port_that_takes_a_capability_is_named_with_it(self):
+        if int(Path("/proc/sys/net/ipv4/ip_unprivileged_port_start").read_text()) <= 163:
+            self.skipTest("everybody may open every port here")
+        with scratch_folder() as folder:
+            under = OTHER_USER if os.geteuid() == 0 else ()
+            self.assert_fails(check(folder, "--listen", "udp:127.0.0.1:163", under=under), "Permission denied",
+                              "CAP_NET_BIND_SERVICE")
+
+    def test_an_address_that_this_machine_does_not_have_is_named(self):
+        with scratch_folder() as folder:
+            self.assert_fails(check(folder, "--listen", "udp:192.0.2.1:1161"), "Cannot assign requested address",
+                              "ip address")
+
+    def test_an_address_that_is_none_is_named(self):
+        with scratch_folder() as folder:
+            self.assert_fails(check(folder, "--listen", "carrier:pigeon"), "carrier:pigeon: no address",
+                              "LISTENING ADDRESSES")
+
+    def test_a_socket_of_a_daemon_that_runs_stays(self):
+        with scratch_folder() as folder:
+            with socket.socket(socket.AF_UNIX) as other:
+                other.bind(str(folder / "snmp"))
+                other.listen()
+                inode = os.stat(folder / "snmp").st_ino
+                said = check(folder, "--listen", f"unix:{folder}/snmp")[1]
+                self.assertIn("somebody serves there", said)
+                self.assertEqual(os.stat(folder / "snmp").st_ino, inode)
+
+    def test_a_path_at_which_no_socket_can_be_is_named(self):
+        with scratch_folder() as folder:
+            self.assert_fails(check(folder, "--listen", f"unix:{folder}/none/snmp"), "none: No such file")
+            self.assert_fails(check(folder, "--listen", f"unix:{folder}/{'x' * 108}"), "name too long")
+
+    def test_a_pid_file_that_cannot_be_made_is_named(self):
+        with scratch_folder() as folder:
+            self.assert_fails(check(folder, *alone(), "--pid-file", folder / "none" / "pid"), "pid file",
+                              "No such file")
+            self.assert_fails(check(folder, *alone(), "--pid-file", folder), "pid file", "Is a directory")
+            status, said = check(folder, *alone(), "--pid-file", folder / "pid")
+            self.assertEqual((status, (folder / "pid").exists()), (0, False), said)
+
+    def test_a_pid_file_of_a_daemon_that_runs_is_noted(self):
+        with scratch_folder() as folder, Daemon(folder, "--pid-file", folder / "pid"):
+            status, said = check(folder, *alone(), "--pid-file", folder / "pid")
+            self.assertEqual(status, 0, said)
+            self.assertRegex(said, "note +pid file .*holds it")
+
+    def test_a_folder_that_the_socket_to_ptp4l_needs_is_named(self):
+        if os.geteuid() != 0:
+            self.skipTest("only root can mount")
+        with scratch_folder() as folder, FakeService(folder / "ptp4l") as service:
+            read_only = "".join(f"mount --bind {name} {name} && mount -o remount,bind,ro {name} && "
+                                for name in ("/run", "/tmp"))
+            unset = 'exec env -u RUNTIME_DIRECTORY -u XDG_RUNTIME_DIR "$@"'
+            under = ["unshare", "--mount", "sh", "-c", f"{read_only} {unset}", "sh"]
+            if subprocess.run([*under, "true"], capture_output=True).returncode != 0:
+                self.skipTest("mounting is not permitted here")
+            result = check(folder, "--source", f"ptp4l:{service.path}", *alone(), under=under)
+            self.assert_fails(result, "no directory for the management socket", "RUNTIME_DIRECTORY")
+            self.assertRegex(result[1], "ok +addresses")
 
     def test_a_bad_line_of_the_configuration_is_named(self):
         with scratch_folder() as folder:
             (folder / "ptpsnmpd.conf").write_text("\nptpPoll never\n")
-            self.assert_fails(check(folder, *alone()), f"{folder}/ptpsnmpd.conf: line 2", "ptpPoll")
+            result = check(folder, *alone())
+            self.assert_fails(result, f"{folder}/ptpsnmpd.conf: line 2", "ptpPoll")
+            self.assertEqual(result[1].count("FAILS"), 1, result[1])
+
+    def test_a_configuration_that_may_not_be_read_is_named(self):
+        if os.geteuid() != 0:
+            self.skipTest("only root can become another user")
+        with scratch_folder() as folder:
+            (folder / "own.conf").write_text("ptpSource demo\n")
+            os.chmod(folder / "own.conf", 0o600)
+            self.assert_fails(check(folder, "--config", folder / "own.conf", *alone(), under=OTHER_USER),
+                              f"configuration  {folder}/own.conf: Permission denied")
 
     def test_a_missing_socket_of_ptp4l_is_named(self):
         with scratch_folder() as folder:
@@ -60,21 +136,22 @@ class Check(unittest.TestCase):
         with scratch_folder() as folder:
             with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as left:
                 left.bind(str(folder / "ptp4l"))
-            self.assert_fails(check(folder, "--source", f"ptp4l:{folder}/ptp4l", *alone()), "nobody listens")
+            self.assert_fails(check(folder, "--source", f"ptp4l:{folder}/ptp4l", *alone()), "nobody listens",
+                              "a socket that a program which has ended left")
+
+    def test_what_is_no_socket_of_ptp4l_is_called_what_it_is(self):
+        with scratch_folder() as folder:
+            (folder / "file").touch()
+            self.assert_fails(check(folder, "--source", f"ptp4l:{folder}/file", *alone()), "a regular file, no socket")
+            self.assert_fails(check(folder, "--source", f"ptp4l:{folder}", *alone()), "a folder, no socket")
 
     def test_a_socket_that_is_not_permitted_is_named(self):
         if os.geteuid() != 0:
             self.skipTest("only root can become another user")
         with scratch_folder() as folder, FakeService(folder / "ptp4l") as service:
-            os.chmod(folder, 0o755)
             os.chmod(service.path, 0o600)
-            result = subprocess.run(
-                ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", daemon_program(), "--check",
-                 "--source", f"ptp4l:{service.path}", *alone()],
-                capture_output=True, text=True, timeout=60, env={**os.environ, "SNMPCONFPATH": str(folder)}, cwd="/")
-            if "Permission denied" in result.stderr or result.returncode > 1:
-                self.skipTest(f"another user cannot run the program here: {result.stderr.strip()}")
-            self.assert_fails((result.returncode, result.stdout), "not permitted", "setfacl -m u:65534:rw")
+            result = check(folder, "--source", f"ptp4l:{service.path}", *alone(), under=OTHER_USER)
+            self.assert_fails(result, "not permitted", "setfacl -m u:65534:rw")
 
     def test_a_clock_that_never_answers_is_named(self):
         with scratch_folder() as folder, FakeService(folder / "ptp4l") as service:
@@ -93,21 +170,6 @@ class Check(unittest.TestCase):
         with scratch_folder() as folder:
             (folder / "bad.jsonl").write_text("{oh\n")
             self.assert_fails(check(folder, "--source", f"replay:{folder}/bad.jsonl", *alone()), f"{folder}/bad.jsonl:1")
-
-    def test_a_master_agent_that_is_not_there_is_named(self):
-        with scratch_folder() as folder:
-            self.assert_fails(check(folder, "--agentx", folder / "agentx"), "No such file", "master agentx")
-
-    def test_a_view_that_hides_the_tables_is_named_with_the_line_that_opens_it(self):
-        with scratch_folder() as folder, Snmpd(folder, "master agentx", f"agentXSocket {folder}/agentx",
-                                               "view systemonly included .1.3.6.1.2.1.1", VIEW) as snmpd:
-            self.assert_fails(check(folder, "--agentx", folder / "agentx"), f"snmpd.conf:7: {VIEW}",
-                              "view systemonly included .1.3.6.1.2.1.241")
-            snmpd.configure("master agentx", f"agentXSocket {folder}/agentx", "view systemonly included .1.3.6.1.2.1.1",
-                            VIEW, "includeDir more")
-            (folder / "more").mkdir()
-            (folder / "more" / "ptp.conf").write_text("view systemonly included .1.3.6.1.2.1.241\n")
-            self.assertEqual(check(folder, "--agentx", folder / "agentx")[0], 0)
 
 
 if __name__ == "__main__":
