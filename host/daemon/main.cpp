@@ -15,7 +15,6 @@
 
 #include "AgentXLink.h"
 #include "BuildInfo.h"
-#include "Check.h"
 #include "EventLoop.h"
 #include "Log.h"
 #include "Options.h"
@@ -24,6 +23,7 @@
 #include "ServiceManager.h"
 #include "SnmpEngine.h"
 #include "Zarn/Trace.h"
+#include "check/Check.h"
 
 namespace {
 
