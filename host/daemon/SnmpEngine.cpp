@@ -111,7 +111,8 @@ void requireReadable(const std::string& file) {
 
 void requireReadableConfiguration(const std::string& configFile) {
   if (!configFile.empty()) requireReadable(configFile);
-  std::istringstream folders(get_configuration_directory());
+  const char* const chosen = std::getenv("SNMPCONFPATH");
+  std::istringstream folders(chosen == nullptr ? get_configuration_directory() : chosen);
   for (std::string folder; std::getline(folders, folder, ENV_SEPARATOR_CHAR);) {
     for (const char* ending : {".conf", ".local.conf"}) {
       requireReadable(fmt::format("{}/{}{}", folder, applicationName, ending));

@@ -208,9 +208,10 @@ class Reload(unittest.TestCase):
             with self.assertRaises(Failed):
                 daemon.snmp.get(PRIORITY1)
             self.assertEqual(daemon.stop(), 0)
-        again = subprocess.run([*as_nobody(), daemon_program(), *options], capture_output=True, text=True, timeout=60)
-        self.assertEqual(again.returncode, 2)
-        self.assertIn(f"{self.configuration}: Permission denied", again.stderr)
+        for start in [[daemon_program(), *options], ["env", f"SNMPCONFPATH={self.folder}", daemon_program()]]:
+            again = subprocess.run([*as_nobody(), *start], capture_output=True, text=True, timeout=60)
+            self.assertEqual(again.returncode, 2)
+            self.assertIn(f"{self.configuration}: Permission denied", again.stderr)
 
     def test_another_address_takes_a_restart_and_that_is_said(self):
         port = free_udp_port()
