@@ -55,29 +55,34 @@ class Timer final : public EventLoop::Registration {
   unsigned alarm_ = 0;
 };
 
-// The descriptor sets of one turn, of any size.
+// Of any size. Its memory serves all turns.
 class DescriptorSet {
  public:
-  DescriptorSet() {
-    netsnmp_large_fd_set_init(&set_, FD_SETSIZE);
-    NETSNMP_LARGE_FD_ZERO(&set_);
-  }
+  DescriptorSet() { netsnmp_large_fd_set_init(&set_, FD_SETSIZE); }
   DescriptorSet(const DescriptorSet&) = delete;
   DescriptorSet& operator=(const DescriptorSet&) = delete;
   ~DescriptorSet() { netsnmp_large_fd_set_cleanup(&set_); }
+  netsnmp_large_fd_set* empty() {
+    NETSNMP_LARGE_FD_ZERO(&set_);
+    return &set_;
+  }
   netsnmp_large_fd_set* get() { return &set_; }
 
  private:
   netsnmp_large_fd_set set_;
 };
 
-void turn() {
+struct Descriptors {
   DescriptorSet readable, writable, exceptional;
+};
+
+void turn(Descriptors& descriptors) {
+  auto& [readable, writable, exceptional] = descriptors;
   int limit = 0;
   int noTimeout = 1;
   timeval timeout{};
-  snmp_select_info2(&limit, readable.get(), &timeout, &noTimeout);
-  netsnmp_external_event_info2(&limit, readable.get(), writable.get(), exceptional.get());
+  snmp_select_info2(&limit, readable.empty(), &timeout, &noTimeout);
+  netsnmp_external_event_info2(&limit, readable.get(), writable.empty(), exceptional.empty());
   int count = netsnmp_large_fd_set_select(limit, readable.get(), writable.get(), exceptional.get(),
                                           noTimeout != 0 ? nullptr : &timeout);
   if (count > 0) {
@@ -113,7 +118,8 @@ EventLoop::Handle EventLoop::every(milliseconds period, Callback callback) {
 
 void EventLoop::run() {
   stopped_ = false;
-  while (!stopped_) turn();
+  Descriptors descriptors;
+  while (!stopped_) turn(descriptors);
 }
 
 }  // namespace host
