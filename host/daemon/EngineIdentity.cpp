@@ -11,9 +11,9 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace host {
 namespace {
@@ -28,10 +28,19 @@ std::string stateFile() {
   return folder == nullptr || *folder == '\0' ? "" : std::string(folder) + "/engine";
 }
 
-bool isOurs(const std::string& line) {
-  // RFC 3411, SnmpEngineID: 5 to 32 octets. The boots are an INTEGER (0..2147483647).
-  static const std::regex known(fmt::format("{} 0x([0-9a-f]{{2}}){{5,32}}|{} [0-9]{{1,9}}", identityToken, bootsToken));
-  return std::regex_match(line, known);
+// What follows the prefix; empty where the line begins otherwise, or where that is of other characters.
+std::string_view valueIn(std::string_view line, const std::string& prefix, const char* characters) {
+  if (!line.starts_with(prefix)) return {};
+  line.remove_prefix(prefix.size());
+  return line.find_first_not_of(characters) == std::string_view::npos ? line : std::string_view{};
+}
+
+bool isOurs(std::string_view line) {
+  // RFC 3411, SnmpEngineID: 5 to 32 octets. The boots end at 2147483647, at which none ever arrives.
+  const auto identity = valueIn(line, std::string(identityToken) + " 0x", "0123456789abcdef");
+  const auto boots = valueIn(line, std::string(bootsToken) + " ", "0123456789");
+  return (identity.size() >= 2 * 5 && identity.size() <= 2 * 32 && identity.size() % 2 == 0) ||
+         (!boots.empty() && boots.size() <= 9);
 }
 
 }  // namespace
