@@ -104,6 +104,8 @@ void DirectiveReader::engineSaid(std::string_view message) {
   const auto valueMissing = [message](const std::string& token) {
     return message.find("Blank line following " + token + " token") != std::string_view::npos;
   };
+  const bool included = message.find("Included file") != std::string_view::npos;
+  if (included && message.find("not found") != std::string_view::npos) read.sourceRefused = message;
   if (valueMissing(sourceToken)) read.sourceRefused = std::string(sourceToken) + ": no source is named";
   if (valueMissing(pollToken)) read.pollRefused = std::string(pollToken) + ": no period is named";
 }

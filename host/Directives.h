@@ -42,7 +42,8 @@ class DirectiveReader {
 
   const Directives& value() const noexcept;
 
-  /// To be told what the engine logs while it reads: a directive without a value it refuses by itself.
+  /// To be told what the engine logs while it reads: a directive without a value it refuses by itself,
+  /// and a file that is to be included and cannot be read, in which the source may stand, it passes over.
   static void engineSaid(std::string_view message);
 };
 

@@ -104,9 +104,7 @@ std::vector<std::string> split(const std::string& list) {
 // The library passes over a file that it may not read, and would serve by what is built in. A folder that may not be
 // searched hides whether a file is there: net-snmp's own, of other users, are such.
 void requireReadable(const std::string& file) {
-  if (access(file.c_str(), F_OK) == 0 && access(file.c_str(), R_OK) != 0) {
-    throw ConfigurationRefused(fmt::format("{}: {}", file, std::strerror(errno)));
-  }
+  if (access(file.c_str(), R_OK) != 0) throw ConfigurationRefused(fmt::format("{}: {}", file, std::strerror(errno)));
 }
 
 void requireReadableConfiguration(const std::string& configFile) {
@@ -115,7 +113,8 @@ void requireReadableConfiguration(const std::string& configFile) {
   std::istringstream folders(chosen == nullptr ? get_configuration_directory() : chosen);
   for (std::string folder; std::getline(folders, folder, ENV_SEPARATOR_CHAR);) {
     for (const char* ending : {".conf", ".local.conf"}) {
-      requireReadable(fmt::format("{}/{}{}", folder, applicationName, ending));
+      const std::string file = fmt::format("{}/{}{}", folder, applicationName, ending);
+      if (access(file.c_str(), F_OK) == 0) requireReadable(file);
     }
   }
 }

@@ -2,6 +2,7 @@
 #include <fmt/ranges.h>
 #include <signal.h>
 #include <spdlog/spdlog.h>
+#include <strings.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -68,7 +69,9 @@ class Signals {
 // The first that a manager reaches: nothing answers over a Unix socket, whose clients have no address. A port alone
 // listens on every address; a manager on this machine reaches it by loopback.
 std::string managerAddress(const std::vector<std::string>& addresses) {
-  const auto reachable = [](const std::string& each) { return !each.starts_with("unix:") && !each.starts_with('/'); };
+  const auto reachable = [](const std::string& each) {
+    return strncasecmp(each.c_str(), "unix:", 5) != 0 && !each.starts_with('/');
+  };
   const auto found = std::find_if(addresses.begin(), addresses.end(), reachable);
   const std::string& address = found == addresses.end() ? addresses.front() : *found;
   const std::string rest = address.starts_with("udp:") ? address.substr(4) : address;

@@ -69,6 +69,12 @@ class Access(Checks):
         self.assertEqual(status, 0, said)
         self.assertRegex(said, "note +snmpd's access .*cannot be told")
 
+    def test_a_view_that_hides_some_of_the_tables_is_noted_with_its_line(self):
+        status, said = self.said_of(VIEW, "view v included .1.3.6.1.2.1.241",
+                                    "view v excluded .1.3.6.1.2.1.241.1.2.9")[1:]
+        self.assertEqual(status, 0, said)
+        self.assertRegex(said, "note +snmpd's access .*some of the PTP tables are hidden by .*snmpd.conf:[0-9]+")
+
     def test_of_one_subtree_twice_the_first_line_holds(self):
         hidden, shown = "view v excluded .1.3.6.1.2.1.241", "view v included .1.3.6.1.2.1.241"
         self.assertFalse(self.assert_told(VIEW, hidden, shown))
@@ -210,6 +216,11 @@ class Inside(Checks):
             status, said = inside(folder, under=OTHER_USER)
             self.assertEqual(status, 0, said)
             self.assertIn("snmpd.conf cannot be read", said)
+
+    def test_a_recording_that_snmpd_would_look_for_elsewhere_is_named(self):
+        with scratch_folder() as folder:
+            (folder / "snmpd.conf").write_text("".join(f"{line}\n" for line in loading("replay:status.jsonl")))
+            self.assert_fails(inside(folder), "write the whole path")
 
 
 class Beside(Checks):

@@ -28,7 +28,7 @@ class Check(Checks):
             status, said = check(folder, "--source", f"ptp4l:{service.path}", *alone())
             self.assertEqual(status, 0, said)
             self.assertNotIn("FAILS", said)
-            self.assertRegex(said, r"ok +ptp4l +\S+: clock 020000\.fffe\.000b01 in domain 0, \d+ ports")
+            self.assertRegex(said, r"ok +ptp4l +\S+: clock 020000\.fffe\.000b01 in domain 0, \d+ ports?\n")
 
     def test_a_port_that_a_daemon_has_is_noted(self):
         with scratch_folder() as folder, Daemon(folder) as daemon:
@@ -74,9 +74,15 @@ class Check(Checks):
                 other.bind(str(folder / "snmp"))
                 other.listen()
                 inode = os.stat(folder / "snmp").st_ino
-                said = check(folder, "--listen", f"unix:{folder}/snmp")[1]
-                self.assertIn("somebody serves there", said)
-                self.assertEqual(os.stat(folder / "snmp").st_ino, inode)
+                for transport in ["unix", "UNIX"]:
+                    said = check(folder, "--listen", f"{transport}:{folder}/snmp")[1]
+                    self.assertIn("somebody serves there", said)
+                    self.assertEqual(os.stat(folder / "snmp").st_ino, inode)
+
+    def test_it_is_no_start_of_the_engine(self):
+        with scratch_folder() as folder:
+            check(folder, "--source", "demo", under=["env", f"STATE_DIRECTORY={folder}"])
+            self.assertEqual(os.listdir(folder), [])
 
     def test_a_path_at_which_no_socket_can_be_is_named(self):
         with scratch_folder() as folder:

@@ -213,6 +213,23 @@ class Reload(unittest.TestCase):
             self.assertEqual(again.returncode, 2)
             self.assertIn(f"{self.configuration}: Permission denied", again.stderr)
 
+    def test_a_configuration_that_has_gone_is_refused_and_changes_nothing(self):
+        self.configure("ptpSource demo:transparent", "rocommunity first 127.0.0.1")
+        with self.daemon() as daemon:
+            self.configuration.unlink()
+            self.reload(daemon, "the source stays as it was")
+            self.assertIn(f"{self.configuration}: No such file", daemon.output())
+            self.assertNotEqual(Snmp(daemon.port, community="first").walk(TRANSPARENT_ROWS), {})
+            with self.assertRaises(Failed):
+                daemon.snmp.get(PRIORITY1)
+
+    def test_a_file_that_is_to_be_included_and_is_not_there_starts_nothing(self):
+        self.configure("includeFile more.conf")
+        daemon = subprocess.run([daemon_program(), "--config", self.configuration], capture_output=True, text=True,
+                                timeout=60)
+        self.assertEqual(daemon.returncode, 2)
+        self.assertIn("more.conf", daemon.stderr)
+
     def test_another_address_takes_a_restart_and_that_is_said(self):
         port = free_udp_port()
         self.configure(f"agentAddress udp:127.0.0.1:{port}")

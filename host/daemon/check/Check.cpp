@@ -115,6 +115,7 @@ void checkAll(CheckReport& report, const CapturedLog& log, const Options& option
 }  // namespace
 
 int check(const Options& options) {
+  unsetenv("STATE_DIRECTORY");  // this is no start of the engine, to be counted there
   const CapturedLog log;
   CheckReport report;
   try {

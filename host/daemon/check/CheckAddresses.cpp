@@ -3,6 +3,7 @@
 #include "NetSnmp.h"
 
 #include <fmt/format.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -31,7 +32,12 @@ struct Close {
 };
 using Transport = std::unique_ptr<netsnmp_transport, Close>;
 
-bool isTcp(const std::string& address) { return address.starts_with("tcp"); }
+// The library's names of transports are of either case.
+bool isOf(const std::string& address, const char* transport) {
+  return strncasecmp(address.c_str(), transport, std::strlen(transport)) == 0;
+}
+
+bool isTcp(const std::string& address) { return isOf(address, "tcp"); }
 
 // Without a number at its end an address is of SNMP's own port.
 int portOf(const std::string& address) {
@@ -131,10 +137,10 @@ void checkUnixAddress(CheckReport& report, const std::string& address) {
 void checkAddresses(CheckReport& report, const std::vector<std::string>& addresses) {
   std::vector<Transport> opened;  // until all are: one may be there twice
   for (const std::string& address : addresses) {
-    if (strncasecmp(address.c_str(), "none", 4) == 0) {  // ends the list, as the library has it
+    if (isOf(address, "none")) {  // ends the list, as the library has it
       return report.add(Verdict::partly, "addresses", "none: nothing is served there");
     }
-    if (address.starts_with(unixPrefix) || address.starts_with('/')) {
+    if (isOf(address, unixPrefix) || address.starts_with('/')) {
       checkUnixAddress(report, address);
       continue;
     }
@@ -144,7 +150,10 @@ void checkAddresses(CheckReport& report, const std::vector<std::string>& address
       reportUnopened(report, address, errno);
       continue;
     }
-    report.add(Verdict::works, "addresses", address + " can be opened");
+    const bool byRoot = geteuid() == 0 && portOf(address) < IPPORT_RESERVED;
+    report.add(Verdict::works, "addresses",
+               address + (byRoot ? " can be opened by root; the service takes CAP_NET_BIND_SERVICE: see ptpsnmpd(8)"
+                                 : " can be opened"));
     opened.push_back(std::move(transport));
   }
 }

@@ -73,7 +73,11 @@ void checkAccess(CheckReport& report, const SnmpdConfiguration& configuration) {
   const Verdict hidden = perhapsShown ? Verdict::partly : Verdict::fails;
   std::set<std::string> mended;
   for (const SnmpdAccess::Grant& grant : access.grants) {
-    if (grant.shows == Shows::some) {
+    if (grant.shows == Shows::some && !grant.hiding.empty()) {
+      report.add(
+          Verdict::partly, thing,
+          fmt::format("{}: some of the PTP tables are hidden by {}", grant.place, fmt::join(grant.hiding, ", ")));
+    } else if (grant.shows == Shows::some) {
       report.add(Verdict::works, thing, grant.place);
     } else if (grant.shows == Shows::untold) {
       report.add(Verdict::partly, thing,
@@ -110,6 +114,20 @@ std::string permissionMend(const std::string& path, const SnmpdConfiguration& co
                      std::filesystem::path(path).parent_path().native());
 }
 
+std::string masterMend(const SnmpdConfiguration& configuration) {
+  const auto& lines = configuration.lines;
+  const auto last = [&lines](const char* directive) {
+    const auto found = std::find_if(lines.rbegin(), lines.rend(), [&](const Line& line) { return line.is(directive); });
+    return found == lines.rend() ? nullptr : &*found;
+  };
+  if (last("master") == nullptr) {
+    return fmt::format("write \"master agentx\" into {} and: systemctl restart snmpd", fileForMends(configuration));
+  }
+  const Line* const socket = last("agentXSocket");
+  return "systemctl restart snmpd" +
+         (socket == nullptr ? "" : fmt::format("; or --agentx with the socket of {}", socket->place()));
+}
+
 void checkMaster(CheckReport& report, const std::string& path, const SnmpdConfiguration& configuration) {
   const int error = connectionError(path, SOCK_STREAM);
   switch (error) {
@@ -121,10 +139,7 @@ void checkMaster(CheckReport& report, const std::string& path, const SnmpdConfig
     case EPERM:
       return report.add(Verdict::fails, "AgentX", path + ": not permitted to this user",
                         permissionMend(path, configuration));
-    default:
-      report.add(
-          Verdict::fails, "AgentX", path + ": " + std::strerror(error),
-          fmt::format("write \"master agentx\" into {} and: systemctl restart snmpd", fileForMends(configuration)));
+    default: report.add(Verdict::fails, "AgentX", path + ": " + std::strerror(error), masterMend(configuration));
   }
 }
 
@@ -218,7 +233,10 @@ void checkSource(CheckReport& report, const SnmpdConfiguration& configuration, c
       continue;
     }
     source.source = valueOf(line.arguments.c_str());
-    const std::string complaint = complaintAboutSource(source.source);
+    std::string complaint = complaintAboutSource(source.source);
+    if (source.source.starts_with("replay:") && !source.source.starts_with("replay:/")) {
+      complaint = "snmpd looks for \"" + source.source + "\" in the root folder: write the whole path";
+    }
     if (complaint.empty()) continue;
     report.add(Verdict::fails, whose + "source", line.place() + ": " + complaint, "correct that line");
     refused = true;

@@ -79,8 +79,8 @@ void checkPtp4l(CheckReport& report, EventLoop& loop, const SourceOptions& optio
     return;
   }
   report.add(Verdict::works, whose + "ptp4l",
-             fmt::format("{}: clock {} in domain {}, {} ports", path, clock->defaultDS->clockIdentity.stringValue(),
-                         clock->defaultDS->domainNumber, clock->ports.size()));
+             fmt::format("{}: clock {} in domain {}, {} port{}", path, clock->defaultDS->clockIdentity.stringValue(),
+                         clock->defaultDS->domainNumber, clock->ports.size(), clock->ports.size() == 1 ? "" : "s"));
   const auto withCounters = std::count_if(clock->ports.begin(), clock->ports.end(),
                                           [](const auto& port) { return port.second.counters.has_value(); });
   if (withCounters < std::ssize(clock->ports)) {

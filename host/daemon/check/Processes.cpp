@@ -55,10 +55,10 @@ std::optional<RunningProcess> processAt(const fs::path& folder, const std::strin
 std::vector<RunningProcess> processesNamed(const std::string& name) {
   std::vector<RunningProcess> found;
   std::error_code ignored;
-  for (const auto& entry : fs::directory_iterator("/proc", ignored)) {
-    const std::string id = entry.path().filename();
+  for (fs::directory_iterator at("/proc", ignored); at != fs::directory_iterator(); at.increment(ignored)) {
+    const std::string id = at->path().filename();
     if (id.find_first_not_of("0123456789") != std::string::npos) continue;
-    if (auto process = processAt(entry.path(), name)) found.push_back(std::move(*process));
+    if (auto process = processAt(at->path(), name)) found.push_back(std::move(*process));
   }
   return found;
 }
@@ -74,11 +74,13 @@ std::optional<std::string> RunningProcess::environment(const std::string& name) 
 
 std::optional<bool> RunningProcess::holdsSocket(const std::string& inode) const {
   std::error_code error;
-  fs::directory_iterator descriptors(fmt::format("/proc/{}/fd", id), error);
+  fs::directory_iterator at(fmt::format("/proc/{}/fd", id), error);
   if (error) return {};
-  return std::any_of(begin(descriptors), end(descriptors), [&](const auto& entry) {
-    return fs::read_symlink(entry.path(), error) == "socket:[" + inode + "]";
-  });
+  std::error_code ignored;  // it may end, and close what is being looked at
+  for (; at != fs::directory_iterator(); at.increment(ignored)) {
+    if (fs::read_symlink(at->path(), ignored) == "socket:[" + inode + "]") return true;
+  }
+  return false;
 }
 
 std::string userName(uid_t user) {
