@@ -20,7 +20,6 @@ from harness import Failed, Snmp, command, free_udp_port, run_tests, scratch_fol
 from packaging import SOURCE, skip, skip_unless_installed
 
 PTPBASE = "1.3.6.1.2.1.241"
-ENGINE_ID, ENGINE_BOOTS = "1.3.6.1.6.3.10.2.1.1.0", "1.3.6.1.6.3.10.2.1.2.0"
 PORT_NAME = f"{PTPBASE}.1.2.9.1.5.0.2.1.1"  # of a boundary clock's port 1 in domain 0
 PORT_IF_INDEX = f"{PTPBASE}.1.2.9.1.8.0.2.1.1"
 CONFIG = "etc/snmp/ptpsnmpd.conf"
@@ -230,6 +229,12 @@ class Service(unittest.TestCase):
                     machine.run("systemctl", "restart", "snmpd")
                     wait_for("a port's name", shown, seconds=BACK_WITHIN)
 
+    @staticmethod
+    def engine(machine):
+        """The SNMPv3 engine's ID and its number of starts."""
+        identity, boots = machine.run("cat", "/var/lib/ptpsnmpd/engine").splitlines()
+        return identity, int(boots.split()[1])
+
     def test_alone_it_serves_whom_the_example_for_version_3_names_and_nobody_else(self):
         with self.in_service() as (_, machine):
             machine.run("cp", "/usr/share/doc/ptpsnmp/examples/ptpsnmpd-v3.conf", f"/{CONFIG}")
@@ -239,15 +244,15 @@ class Service(unittest.TestCase):
             authentic = ("-a", "SHA", "-A", "authentication passphrase")
             private = ("-x", "AES", "-X", "encryption passphrase")
 
-            def get(*access, oid=PORT_NAME):
-                return machine.run("snmpget", *access, "127.0.0.1:1161", oid).strip()
+            def get(*access):
+                return machine.run("snmpget", *access, "127.0.0.1:1161", PORT_NAME).strip()
 
             self.assertEqual(get(*user, "-l", "authPriv", *authentic, *private), '"Ethernet1"')
             # A manager remembers the engine, which must be the same, one start older.
-            engine = [get(*user, "-l", "authPriv", *authentic, *private, oid=oid) for oid in (ENGINE_ID, ENGINE_BOOTS)]
+            identity, boots = self.engine(machine)
             machine.run("systemctl", "restart", "ptpsnmpd")
-            self.assertEqual(get(*user, "-l", "authPriv", *authentic, *private, oid=ENGINE_ID), engine[0])
-            self.assertEqual(int(get(*user, "-l", "authPriv", *authentic, *private, oid=ENGINE_BOOTS)), int(engine[1]) + 1)
+            self.assertEqual(self.engine(machine), (identity, boots + 1))
+            self.assertEqual(get(*user, "-l", "authPriv", *authentic, *private), '"Ethernet1"')
             for refused in [(*user, "-l", "authNoPriv", *authentic), (*user, "-l", "noAuthNoPriv"),
                             (*user, "-l", "authPriv", *authentic, "-x", "AES", "-X", "another passphrase"),
                             ("-v2c", "-c", "public", "-t1", "-r1", "-Oqv")]:
