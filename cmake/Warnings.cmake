@@ -2,7 +2,7 @@
 # wrong of std::optional in g++ 14 and of std::regex in g++ 12, each at some level of optimisation.
 add_compile_options(
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual
-  -Wformat=2 -Wmissing-declarations -Wimplicit-fallthrough -Wno-maybe-uninitialized -Werror)
+  -Wformat=2 -Wmissing-declarations -Wimplicit-fallthrough $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized> -Werror)
 add_link_options(-Wl,-z,defs)
 
 # With -fsanitize the sanitizer's runtime is resolved when the program is loaded, so modules cannot be closed at link.
