@@ -68,11 +68,16 @@ class Notification(unittest.TestCase):
                 self.assertEqual(manager.hears("STOPPING=1"), ["STOPPING=1"])
 
 
-class EngineIdentity(unittest.TestCase):
+class WithFolder(unittest.TestCase):
     def setUp(self):
         folder = scratch_folder()
         self.folder = folder.__enter__()
         self.addCleanup(folder.__exit__, None, None, None)
+
+
+class EngineIdentity(WithFolder):
+    def setUp(self):
+        super().setUp()
         self.state = self.folder / "state"
         self.state.mkdir()
 
@@ -115,11 +120,9 @@ class EngineIdentity(unittest.TestCase):
             self.assertIn(f"{self.state}/engine: No such file or directory", daemon.output())
 
 
-class Reload(unittest.TestCase):
+class Reload(WithFolder):
     def setUp(self):
-        folder = scratch_folder()
-        self.folder = folder.__enter__()
-        self.addCleanup(folder.__exit__, None, None, None)
+        super().setUp()
         self.configuration = self.folder / "ptpsnmpd.conf"
 
     def configure(self, *lines):
