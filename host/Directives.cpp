@@ -12,7 +12,7 @@ namespace host {
 namespace {
 
 // The configuration reader's callbacks carry no argument of ours.
-Directives read;
+Directives latest;
 
 constexpr char sourceToken[] = "ptpSource";
 constexpr char pollToken[] = "ptpPoll";
@@ -29,9 +29,9 @@ void readSource(const char* token, char* line) {
   std::string source = valueOf(line);
   const std::string complaint = complaintAboutSource(source);
   if (complaint.empty()) {
-    read.source = std::move(source);
+    latest.source = std::move(source);
   } else {
-    read.sourceRefused = refused(token, complaint);
+    latest.sourceRefused = refused(token, complaint);
   }
 }
 
@@ -41,12 +41,12 @@ void readPoll(const char* token, char* line) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), milliseconds);
   if (error != std::errc{} || end != text.data() + text.size() || milliseconds < shortestPoll.count() ||
       milliseconds > longestPoll.count()) {
-    read.pollRefused =
+    latest.pollRefused =
         refused(token, "\"" + text + "\" is not a number of milliseconds from " + std::to_string(shortestPoll.count()) +
                            " to " + std::to_string(longestPoll.count()));
     return;
   }
-  read.poll = std::chrono::milliseconds(milliseconds);
+  latest.poll = std::chrono::milliseconds(milliseconds);
 }
 
 void readTrace(const char* token, char* line) {
@@ -58,12 +58,12 @@ void readTrace(const char* token, char* line) {
 }
 
 void forgetSource() {
-  read.source.reset();
-  read.sourceRefused.clear();
+  latest.source.reset();
+  latest.sourceRefused.clear();
 }
 void forgetPoll() {
-  read.poll.reset();
-  read.pollRefused.clear();
+  latest.poll.reset();
+  latest.pollRefused.clear();
 }
 void forgetTraces() { Zarn::TraceSettings::reset(); }
 
@@ -87,7 +87,7 @@ SourceOptions Directives::sourceOr(const SourceOptions& defaults) const {
 }
 
 DirectiveReader::DirectiveReader() {
-  read = {};
+  latest = {};
   register_app_config_handler(sourceToken, readSource, forgetSource,
                               "demo|demo:transparent|replay:FILE|ptp4l|ptp4l:SOCKET");
   register_app_config_handler(pollToken, readPoll, forgetPoll, "MILLISECONDS");
@@ -98,16 +98,16 @@ DirectiveReader::~DirectiveReader() {
   for (const char* token : {sourceToken, pollToken, traceToken}) unregister_app_config_handler(token);
 }
 
-const Directives& DirectiveReader::value() const noexcept { return read; }
+const Directives& DirectiveReader::value() const noexcept { return latest; }
 
 void DirectiveReader::engineSaid(std::string_view message) {
   const auto valueMissing = [message](const std::string& token) {
     return message.find("Blank line following " + token + " token") != std::string_view::npos;
   };
   const bool included = message.find("Included file") != std::string_view::npos;
-  if (included && message.find("not found") != std::string_view::npos) read.sourceRefused = message;
-  if (valueMissing(sourceToken)) read.sourceRefused = std::string(sourceToken) + ": no source is named";
-  if (valueMissing(pollToken)) read.pollRefused = std::string(pollToken) + ": no period is named";
+  if (included && message.find("not found") != std::string_view::npos) latest.sourceRefused = message;
+  if (valueMissing(sourceToken)) latest.sourceRefused = std::string(sourceToken) + ": no source is named";
+  if (valueMissing(pollToken)) latest.pollRefused = std::string(pollToken) + ": no period is named";
 }
 
 }  // namespace host

@@ -35,7 +35,7 @@ namespace {
 using Line = SnmpdConfiguration::Line;
 using Shows = SnmpdAccess::Shows;
 
-const std::string whose = "snmpd's ";
+const std::string snmpds = "snmpd's ";
 constexpr char loaderName[] = "ptpsnmp";
 
 // The first one that makes snmpd load the module; nullptr where none does.
@@ -62,7 +62,7 @@ std::string viewMend(const SnmpdAccess::Grant& grant, const SnmpdConfiguration& 
 }
 
 void checkAccess(CheckReport& report, const SnmpdConfiguration& configuration) {
-  const std::string thing = whose + "access";
+  const std::string thing = snmpds + "access";
   const SnmpdAccess access = snmpdAccess(configuration);
   if (access.grants.empty()) {
     report.add(Verdict::fails, thing, "snmpd lets nobody read", "see rouser and rocommunity in snmpd.conf(5)");
@@ -155,7 +155,7 @@ std::string loaderFile(const Line& dlmod) {
 }
 
 void checkLoader(CheckReport& report, const Line& dlmod) {
-  const std::string thing = whose + "module";
+  const std::string thing = snmpds + "module";
   const std::string mend = fmt::format("dlmod {} FILE, where FILE is the package's {}.so", loaderName, loaderName);
   const std::string file = loaderFile(dlmod);
   void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -203,9 +203,9 @@ bool asUserOf(const RunningProcess& process, const std::function<void(CheckRepor
 void trySource(CheckReport& report, const SourceOptions& source) {
   const auto check = [&source](CheckReport& said) {
     EventLoop loop;
-    checkSource(said, loop, source, whose);
+    checkSource(said, loop, source, snmpds);
   };
-  const std::string thing = whose + "user";
+  const std::string thing = snmpds + "user";
   const auto snmpd = runningSnmpd();
   if (snmpd && snmpd->user != geteuid() && asUserOf(*snmpd, check, report)) {
     return report.add(Verdict::works, thing, fmt::format("the source was tried as {}", userName(snmpd->user)));
@@ -228,7 +228,7 @@ void checkSource(CheckReport& report, const SnmpdConfiguration& configuration, c
   for (const Line& line : configuration.lines) {
     if (!line.is("ptpSource")) continue;
     if (&line < &dlmod) {
-      report.add(Verdict::fails, whose + "source", line.place() + ": stands before the dlmod line",
+      report.add(Verdict::fails, snmpds + "source", line.place() + ": stands before the dlmod line",
                  "move it below " + dlmod.place());
       continue;
     }
@@ -238,7 +238,7 @@ void checkSource(CheckReport& report, const SnmpdConfiguration& configuration, c
       complaint = "snmpd looks for \"" + source.source + "\" in the root folder: write the whole path";
     }
     if (complaint.empty()) continue;
-    report.add(Verdict::fails, whose + "source", line.place() + ": " + complaint, "correct that line");
+    report.add(Verdict::fails, snmpds + "source", line.place() + ": " + complaint, "correct that line");
     refused = true;
   }
   if (!refused) trySource(report, source);
@@ -252,12 +252,12 @@ void checkBesideSnmpd(CheckReport& report, const std::string& agentXSocket) {
   reportUnreadable(report, configuration);
   if (configuration.files.empty()) {
     if (configuration.unreadable.empty()) {
-      report.add(Verdict::partly, whose + "access", "no snmpd.conf in " + configuration.folder);
+      report.add(Verdict::partly, snmpds + "access", "no snmpd.conf in " + configuration.folder);
     }
     return;
   }
   if (const Line* const dlmod = loadingLine(configuration)) {
-    report.add(Verdict::fails, whose + "module",
+    report.add(Verdict::fails, snmpds + "module",
                dlmod->place() + ": one snmpd cannot have the tables from itself and from a sub-agent",
                "remove that line, or leave out --agentx; then: systemctl restart snmpd");
   }
