@@ -8,4 +8,6 @@ if(build_type MATCHES "^(RELEASE|RELWITHDEBINFO|MINSIZEREL)$" AND NOT CMAKE_CXX_
   set(PTPSNMP_HARDENED TRUE)
   add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong)
   add_link_options(LINKER:-z,relro LINKER:-z,now)
+  # What is bound at start needs no stub that binds it later.
+  add_compile_options(-fno-plt)
 endif()

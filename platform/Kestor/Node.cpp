@@ -9,6 +9,13 @@ std::atomic<bool> ThreadControl::multiThreaded_{false};
 
 Node::~Node() = default;
 
+// References taken and dropped while the destructor runs must not delete the node again.
+void Node::lastUserGone() const noexcept {
+  if (flag(beingDestroyedFlag)) return;
+  flags_ |= beingDestroyedFlag;
+  delete this;
+}
+
 std::string_view Node::fwkType() const noexcept { return typeData().name; }
 
 std::ostream& operator<<(std::ostream& os, Shown shown) {

@@ -43,14 +43,14 @@ class Node {
 
  private:
   void refTake() const noexcept {
-    if (ThreadControl::multiThreaded()) {
+    if (ThreadControl::multiThreaded()) [[unlikely]] {
       refs_.fetch_add(1, std::memory_order_relaxed);
     } else {
       refs_.store(refCount() + 1, std::memory_order_relaxed);
     }
   }
   void refDrop() const noexcept {
-    if (ThreadControl::multiThreaded()) {
+    if (ThreadControl::multiThreaded()) [[unlikely]] {
       if (refs_.fetch_sub(1, std::memory_order_acq_rel) == 1) lastUserGone();
     } else {
       const std::uint32_t left = refCount() - 1;
@@ -58,12 +58,8 @@ class Node {
       if (left == 0) lastUserGone();
     }
   }
-  // References taken and dropped while the destructor runs must not delete the node again.
-  void lastUserGone() const noexcept {
-    if (flag(beingDestroyedFlag)) return;
-    flags_ |= beingDestroyedFlag;
-    delete this;
-  }
+  // Not inline: a reference is dropped in many places, and seldom is it the last.
+  void lastUserGone() const noexcept;
 
   static constexpr std::uint32_t beingDestroyedFlag = 1U << 16;
 

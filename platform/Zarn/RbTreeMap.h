@@ -48,18 +48,16 @@ class RbTreeMap {
     /// !atEnd().
     void advance() {
       // An unchanged stamp says that the row still stands in the tree, so its links lead on; otherwise they
-      // may lead nowhere and the place is found again by the key.
-      if (stamp_ == map_->stamp_) {
-        auto next = map_->tree_.iterator_to(*node_);
-        ++next;
-        node_.reset(next == map_->tree_.end() ? nullptr : &*next);
-      } else {
-        *this = map_->after(node_->key());
-      }
+      // may lead nowhere.
+      if (stamp_ != map_->stamp_) return advanceByKey();
+      auto next = map_->tree_.iterator_to(*node_);
+      ++next;
+      node_.reset(next == map_->tree_.end() ? nullptr : &*next);
     }
 
    private:
     friend class RbTreeMap;
+    [[gnu::noinline]] void advanceByKey() { *this = map_->after(node_->key()); }
     BasicIteratorConst(const RbTreeMap* map, typename Tree::const_iterator position)
         : map_(map), node_(position == map->tree_.end() ? nullptr : &*position), stamp_(map->stamp_) {}
 

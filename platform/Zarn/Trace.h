@@ -5,6 +5,7 @@
 #include <ostream>
 #include <sstream>
 #include <string_view>
+#include <type_traits>
 
 #include "Kestor/String.h"
 
@@ -26,7 +27,7 @@ class TraceHandle {
   template <class... Parts>
   void trace(unsigned level, const Parts&... parts) const {
     if (on(level)) [[unlikely]] {
-      write(level, parts...);
+      write<Parts...>(level, parts...);
     }
   }
 
@@ -34,8 +35,12 @@ class TraceHandle {
   friend class TraceSettings;
   explicit TraceHandle(Kestor::String name, std::uint32_t levels) : name_(std::move(name)), levels_(levels) {}
 
+  // Numbers and pointers by value: for a reference to one, it would be put into memory before the test of the level.
+  template <class Part>
+  using Argument = std::conditional_t<std::is_scalar_v<Part>, Part, const Part&>;
+
   template <class... Parts>
-  [[gnu::noinline, gnu::cold]] void write(unsigned level, const Parts&... parts) const {
+  [[gnu::noinline, gnu::cold]] void write(unsigned level, Argument<Parts>... parts) const {
     std::ostringstream os;
     (os << ... << parts);
     emit(level, os.str());
