@@ -164,12 +164,15 @@ def ended(process):
 
 
 def ports_shown(port):
-    """By a walk of one column."""
+    """By a walk of one column; None where it is not answered to its end."""
     column = at = (*PTPBASE, 1, 2, 8, 1, 6)
     count = 0
     with udp_socket(port) as asking:
         while True:
-            for at, _, _ in ask(asking, reading(GETBULK, [at], 30), 2).varbinds:
+            response = ask(asking, reading(GETBULK, [at], 30), 2)
+            if response is None:
+                return None
+            for at, _, _ in response.varbinds:
                 if at[:len(column)] != column:
                     return count
                 count += 1
@@ -204,11 +207,12 @@ class Exhausted(unittest.TestCase):
                 "--trace", "Snmp/off"]) as daemon:
             wait_for("an outcome", lambda: ended(daemon) or "is ignored" in daemon.output()
                      or priority1(port, 0.2) == 7, 60)
-            if not ended(daemon):
-                shown = priority1(port)
-                self.assertEqual(ports_shown(port), states[shown])
-                self.assertEqual(daemon.stop(), 0)
-                return "new" if shown == 7 else "old"
+            shown = None if ended(daemon) else priority1(port)
+            ports = None if shown is None else ports_shown(port)
+            if ports is not None:
+                self.assertEqual(ports, states[shown])
+            if not ended(daemon) and daemon.stop() == 0:
+                return "unanswered" if ports is None else "new" if shown == 7 else "old"
             if "is ready" not in daemon.output():
                 # While it starts, the SNMP library does not look at what malloc gives it.
                 self.assertNotEqual(daemon.stop(), 0)
@@ -217,8 +221,11 @@ class Exhausted(unittest.TestCase):
             return "ended"
 
     def assert_ended_with_a_message(self, daemon):
-        # Memory that runs out where nothing may throw ends the process there, and so do assertions of libraries.
+        # Memory that runs out where nothing may throw ends the process there, and so do assertions of libraries. What
+        # answers requests in the SNMP library does not look at what malloc gives it, and has no message.
         status = daemon.stop()
+        if status == -signal.SIGSEGV:
+            return
         self.assertTrue(status > 0 or status == -signal.SIGABRT, status)
         self.assertRegex(daemon.output(), "error|std::bad_alloc|Assertion")
 
