@@ -17,6 +17,7 @@
 #include "AgentXLink.h"
 #include "BuildInfo.h"
 #include "EventLoop.h"
+#include "FaultMessage.h"
 #include "Log.h"
 #include "Options.h"
 #include "PidFile.h"
@@ -146,6 +147,7 @@ int serve(const Options& options) {
 
 int main(int argc, char** argv) {
   signal(SIGPIPE, SIG_IGN);  // a log whose reader has gone is no reason to end
+  faultMessageIs();
   const ParsedOptions parsed = parseOptions(argc, argv);
   if (!parsed.options) return parsed.exitCode;
   logToStandardError(parsed.options->logLevel);
