@@ -150,8 +150,8 @@ def write(path, results):
 Measured by `bench/run` on {datetime.date.today()}, in {results['seconds']} s: {here['cpu']}, {here['cores']} cores, load \
 {here['load']}, Linux {here['kernel']}. Written by it, too: run it and compare.
 
-Compare ratios, not times. Contenders take turns every {results['ports']:,} varbinds, in {results['rounds']} rounds or \
-twice as many, so that what else the machine does falls on all of them. A figure is the median of the rounds; in \
+Compare ratios, not times. Contenders take turns every {results['ports']:,} varbinds, in {results['rounds']} rounds, \
+twice or four times as many, so that what else the machine does falls on all of them. A figure is the median of the rounds; in \
 brackets stands the middle half of them. CPU time is the scheduler's count for the agent's processes, to the nanosecond; the \
 client is not in it.
 
