@@ -7,12 +7,30 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <exception>
 #include <stdexcept>
+#include <utility>
 
 namespace host {
 namespace {
 
 using std::chrono::milliseconds;
+
+bool loopIsOurs = false;
+std::exception_ptr thrown;  // by a callback, in this turn of our own loop
+
+// The callers are the engine's C functions. Runs a copy: the callback may end its registration.
+void call(EventLoop::Callback callback) noexcept {
+  try {
+    callback();
+  } catch (const std::exception& error) {
+    if (loopIsOurs) {
+      thrown = std::current_exception();
+    } else {
+      spdlog::error("{}", error.what());
+    }
+  }
+}
 
 class Descriptor final : public EventLoop::Registration {
  public:
@@ -24,11 +42,7 @@ class Descriptor final : public EventLoop::Registration {
   ~Descriptor() override { unregister_readfd(fd_); }
 
  private:
-  static void readable(int, void* self) {
-    // A copy: the callback may end this registration.
-    const EventLoop::Callback callback = static_cast<Descriptor*>(self)->callback_;
-    callback();
-  }
+  static void readable(int, void* self) noexcept { call(static_cast<Descriptor*>(self)->callback_); }
 
   int fd_;
   EventLoop::Callback callback_;
@@ -46,10 +60,7 @@ class Timer final : public EventLoop::Registration {
   ~Timer() override { snmp_alarm_unregister(alarm_); }
 
  private:
-  static void expired(unsigned int, void* self) {
-    const EventLoop::Callback callback = static_cast<Timer*>(self)->callback_;
-    callback();
-  }
+  static void expired(unsigned int, void* self) noexcept { call(static_cast<Timer*>(self)->callback_); }
 
   EventLoop::Callback callback_;
   unsigned alarm_ = 0;
@@ -119,7 +130,10 @@ EventLoop::Handle EventLoop::every(milliseconds period, Callback callback) {
 void EventLoop::run() {
   stopped_ = false;
   Descriptors descriptors;
-  while (!stopped_) turn(descriptors);
+  loopIsOurs = true;
+  while (!stopped_ && !thrown) turn(descriptors);
+  loopIsOurs = false;
+  if (thrown) std::rethrow_exception(std::exchange(thrown, nullptr));
 }
 
 }  // namespace host

@@ -10,7 +10,8 @@ namespace host {
 /// and alarms), so that sources run alike in a daemon of our own and in one that belongs to somebody else.
 ///
 /// Callbacks run one at a time. What a registration returns keeps it alive: destroying it ends the
-/// registration, also from inside its own callback. Callbacks must not throw.
+/// registration, also from inside its own callback. What a callback throws does not reach the engine: run() throws it
+/// on; where the loop is somebody else's, it is logged and the callback is over.
 class EventLoop {
  public:
   using Callback = std::function<void()>;
@@ -30,7 +31,7 @@ class EventLoop {
   /// Calls back on each period.
   [[nodiscard]] Handle every(std::chrono::milliseconds period, Callback callback);
 
-  /// Serves descriptors, timers and SNMP requests until stop() was called.
+  /// Serves descriptors, timers and SNMP requests until stop() was called. Throws what a callback threw.
   void run();
   void stop() noexcept { stopped_ = true; }
 

@@ -17,8 +17,9 @@ namespace {
 using namespace std::chrono_literals;
 using Seconds = Replay::Seconds;
 
-// A burst of lines must not keep SNMP requests waiting.
+// A burst of lines must not keep SNMP requests waiting, whether they are many or large.
 constexpr int maxLinesAtOnce = 64;
+constexpr auto longestServe = 10ms;
 
 // Timers need not take any delay that a replay may ask for.
 constexpr Seconds longestWait = 1h;
@@ -69,7 +70,8 @@ void ReplaySource::start(SnapshotSink sink) {
 
 void ReplaySource::serve() {
   const auto isDue = [this] { return replay_.due() && *replay_.due() <= elapsed(); };
-  for (int lines = 0; lines < maxLinesAtOnce && isDue(); ++lines) {
+  const auto began = elapsed();
+  for (int lines = 0; lines < maxLinesAtOnce && isDue() && elapsed() - began < longestServe; ++lines) {
     if (const auto refusal = replay_.step(sink_)) spdlog::error("{}; the line is ignored", *refusal);
   }
   waitForNext();

@@ -61,7 +61,7 @@ void PtpSnmpSm::handlePtpTablesIndex() {
     ptpMib_->ptpTableIs(key, ptpStatus_);
     if (*type == ClockType::transparentClock) {
       const TransDefaultDSTableKey transKey(domainNumber(), instanceIndex);
-      // No blank before "Adding" in this one: readers of these traces match the line as it always was.
+      // No blank before "Adding" in this one, and programs that read these traces match the line so.
       agentTrace().trace(flowLevel, signature, "Adding transDefaultDSTableEntry with key: ", transKey);
       ptpMib_->transDefaultDSTableIs(transKey, ptpStatus_);
     }

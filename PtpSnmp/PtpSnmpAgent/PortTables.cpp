@@ -33,7 +33,7 @@ void PtpSnmpSm::handlePortTablesIndex(const Ptp::PortDSKey& key) {
 
 void PtpSnmpSm::deletePort(const Ptp::PortDSKey& key, ClockType type) {
   agentTrace().trace(flowLevel, portSignature, " PortDS with key ", key, " was deleted");
-  // A port never filed counts as filed under 0: what stands there goes, kept so on purpose.
+  // A port never filed counts as filed under 0, and what stands there goes.
   const std::uint16_t portNumber = portDSKeyToPortNumber(key).value_or(0);
   const PortTableKey portTableKey(domainNumber(), type, instanceIndex, portNumber);
   ptpMib_->portTableDel(portTableKey);
@@ -68,7 +68,7 @@ void PtpSnmpSm::handlePortTablesIndexColl() {
     agentTrace().trace(flowLevel, signature, " Deleting portTransDSTable entry w/ key: ", row->key());
     ptpMib_->portTransDSTableDel(row->key());
   }
-  // Only the keys that the status holds now: entries of ports that are gone stay remembered, on purpose.
+  // Only the keys that the status holds now: ports that are gone stay remembered, for their late deletions.
   for (const auto& [key, portDS] : statusPortDS()) portDSKeyToPortNumberDel(key);
   for (const auto& [key, portDS] : statusPortDS()) handlePortTablesIndex(key);
   agentTrace().trace(flowLevel, "Exit ", signature);

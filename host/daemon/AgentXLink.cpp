@@ -12,6 +12,7 @@
 #include <string_view>
 #include <utility>
 
+#include "StreamTransport.h"
 #include "UnixAddress.h"
 
 // The library's own way to connect. Its headers are not installed.
@@ -126,6 +127,7 @@ void AgentXLink::answered() {
 
 void AgentXLink::connect() {
   if (subagent_open_master_session() != 0) return away("it refuses a session");
+  sendsAtOnce(*snmp_sess_transport(snmp_sess_pointer(main_session)));
   const Refusals refusals;
   const auto began = std::chrono::steady_clock::now();
   register_mib_reattach();

@@ -15,6 +15,8 @@
 #include <string>
 #include <string_view>
 
+#include "Json.h"
+
 namespace host {
 namespace {
 
@@ -53,7 +55,7 @@ void recallEngineIdentity() {
     if (isOurs(line)) {
       netsnmp_config_remember(line.data());
     } else {
-      spdlog::warn("{}: \"{}\" is neither an engine ID nor a number of starts, and left out", path, line);
+      spdlog::warn("{}: {} is neither an engine ID nor a number of starts, and left out", path, inQuotes(line));
     }
   }
 }

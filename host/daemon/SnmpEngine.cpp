@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <spdlog/spdlog.h>
+#include <strings.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -16,6 +17,7 @@
 #include <utility>
 
 #include "EngineIdentity.h"
+#include "StreamTransport.h"
 
 // The agent's own MIB modules that a manager expects of any agent. Their headers are not installed.
 extern "C" {
@@ -119,6 +121,18 @@ void requireReadableConfiguration(const std::string& configFile) {
   }
 }
 
+bool isNone(const std::string& address) { return strncasecmp(address.c_str(), "none", 4) == 0; }
+
+void listenOn(const std::string& address) {
+  errno = 0;
+  netsnmp_transport* const transport = netsnmp_transport_open_server("snmp", address.c_str());
+  if (transport != nullptr) guardConnections(*transport);
+  if (transport == nullptr || netsnmp_register_agent_nsap(transport) < 0) {
+    const char* const reason = errno != 0 ? std::strerror(errno) : "no such address";
+    throw std::runtime_error(fmt::format("cannot listen on {}: {}", address, reason));
+  }
+}
+
 }  // namespace
 
 SnmpEngine::SnmpEngine(const SnmpEngineOptions& options)
@@ -162,8 +176,6 @@ void SnmpEngine::configureMaster() {
   }
   if (addresses_.empty()) addresses_ = split(configuredAddresses_);
   if (addresses_.empty()) addresses_ = {defaultAddress};
-  netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS,
-                        fmt::format("{}", fmt::join(addresses_, ",")).c_str());
 }
 
 SnmpEngine::~SnmpEngine() {
@@ -190,11 +202,13 @@ void SnmpEngine::rereadConfiguration() {
 
 void SnmpEngine::listen() {
   if (isSubAgent_) return;
-  errno = 0;
-  if (init_master_agent() != 0) {
-    const char* const reason = errno != 0 ? std::strerror(errno) : "no such address";
-    throw std::runtime_error(fmt::format("cannot listen on {}: {}", fmt::join(addresses_, ","), reason));
+  for (const std::string& address : addresses_) {
+    if (isNone(address)) break;  // as the library does
+    listenOn(address);
   }
+  // What else a master agent begins with. Its own way to listen does not tell of the transports.
+  netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS, "none");
+  init_master_agent();
 }
 
 }  // namespace host

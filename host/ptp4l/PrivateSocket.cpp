@@ -48,7 +48,9 @@ bool nobodyReads(const std::string& socketPath) {
 // socket is dead.
 void sweepLeftOvers(const std::string& parent) {
   std::error_code ignored;
-  for (const auto& entry : std::filesystem::directory_iterator(parent, ignored)) {
+  std::filesystem::directory_iterator entries(parent, ignored);
+  for (; entries != std::filesystem::directory_iterator(); entries.increment(ignored)) {
+    const auto& entry = *entries;
     if (!entry.path().filename().string().starts_with(directoryPrefix)) continue;
     struct stat status {};
     if (lstat(entry.path().c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || status.st_uid != geteuid()) continue;

@@ -124,6 +124,32 @@ TEST_F(ReplaySourceTest, ABurstOfLinesIsAppliedInOrder) {
   EXPECT_EQ(seen, expected);
 }
 
+TEST_F(ReplaySourceTest, LinesThatTakeLongLetOthersHaveTheirTurns) {
+  const auto started = source(line("0", 0) + line("0.01", 1) + line("0.01", 2) + line("0.01", 3));
+  std::size_t others = 0;
+  const auto other = loop.every(1ms, [&] { ++others; });
+  std::vector<std::size_t> turns;
+  started->start([&](const StatusSnapshot&) {
+    turns.push_back(others);
+    const auto until = std::chrono::steady_clock::now() + 30ms;
+    while (std::chrono::steady_clock::now() < until) {
+    }
+    if (turns.size() == 4) loop.stop();
+  });
+  run();
+  EXPECT_LT(turns[1], turns[2]);
+  EXPECT_LT(turns[2], turns[3]);
+}
+
+TEST_F(ReplaySourceTest, WhatACallbackThrowsDoesNotCrossTheEngineButEndsTheRun) {
+  const auto started = source(line("0", 0) + line("0.01", 1));
+  int calls = 0;
+  started->start([&](const StatusSnapshot&) {
+    if (++calls == 2) throw std::bad_alloc();
+  });
+  EXPECT_THROW(run(), std::bad_alloc);
+}
+
 TEST_F(ReplaySourceTest, AfterTheLastLineNothingHappens) {
   const auto started = source(line("0", 1) + line("0.01", 2));
   start(*started);

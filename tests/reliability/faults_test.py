@@ -13,7 +13,6 @@ import os
 import signal
 import socket
 import statistics
-import struct
 import subprocess
 import sys
 import threading
@@ -25,15 +24,14 @@ sys.path.insert(0, str(Path(__file__).parent.parent / "end_to_end"))
 
 from clock_model import PTPBASE, State  # noqa: E402
 from fake_service_test import FakeService  # noqa: E402
-from harness import (Daemon, Failed, Process, Snmp, Snmpd, daemon_program, free_udp_port, run_tests,  # noqa: E402
-                     scratch_folder, wait_for)
+from harness import (Daemon, Process, Snmp, daemon_program, free_udp_port, run_tests, scratch_folder,  # noqa: E402
+                     wait_for)
 from service_test import Manager  # noqa: E402
 from snmp_client import GET, GETBULK, ask, reading, udp_socket  # noqa: E402
 
 SANITIZED = os.environ.get("PTPSNMPD_SANITIZED") == "1"
 KILLS = 20 if SANITIZED else 100
 SERVICE_KILLS = 20
-TABLES = ".".join(map(str, PTPBASE))
 PRIORITY1 = (*PTPBASE, 1, 2, 3, 1, 6, 0, 2, 1)
 
 
@@ -379,127 +377,6 @@ class Floods(unittest.TestCase):
                 self.assertGreater(answered, 0)
                 wait_for("an answer", lambda: priority1(port) == 128, seconds=10)
                 self.assertEqual(daemon.stop(), 0)
-
-
-OPEN, REGISTER, PING, AGENTX_RESPONSE = 1, 3, 13, 18
-NETWORK_ORDER = 0x10
-
-
-class OddMaster:
-    """A master agent that hears every word and answers as `answer(pdu type, response)` says: when, and how much."""
-
-    def __init__(self, path, answer):
-        self._path, self._answer = str(path), answer
-        self.heard, self._stop = [], threading.Event()
-
-    def __enter__(self):
-        self._listening = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        self._listening.bind(self._path)
-        self._listening.listen(8)
-        self._listening.settimeout(0.1)
-        self._threads = [threading.Thread(target=self._accept)]
-        self._threads[0].start()
-        return self
-
-    def __exit__(self, *_):
-        self._stop.set()
-        for thread in self._threads:
-            thread.join()
-        self._listening.close()
-        Path(self._path).unlink()
-
-    def _accept(self):
-        while not self._stop.is_set():
-            with contextlib.suppress(TimeoutError):
-                connection, _ = self._listening.accept()
-                connection.settimeout(0.1)
-                self._threads.append(threading.Thread(target=self._serve, args=(connection,)))
-                self._threads[-1].start()
-
-    def _serve(self, connection):
-        received = b""
-        with connection:
-            while not self._stop.is_set():
-                try:
-                    read = connection.recv(65536)
-                except TimeoutError:
-                    continue
-                except OSError:
-                    return
-                if not read:
-                    return
-                received += read
-                while len(received) >= 20:
-                    order = ">" if received[2] & NETWORK_ORDER else "<"
-                    size, = struct.unpack_from(order + "I", received, 16)
-                    if len(received) < 20 + size:
-                        break
-                    pdu, received = received[:20 + size], received[20 + size:]
-                    if not self._respond(connection, pdu, order):
-                        return
-
-    def _respond(self, connection, pdu, order):
-        self.heard.append(pdu[1])
-        _, transaction, packet = struct.unpack_from(order + "III", pdu, 4)
-        response = (bytes([1, AGENTX_RESPONSE, pdu[2] & NETWORK_ORDER, 0])
-                    + struct.pack(order + "IIIIIHH", 7, transaction, packet, 8, 0, 0, 0))
-        delay, response, stay = self._answer(pdu[1], response)
-        if self._stop.wait(delay):
-            return False
-        with contextlib.suppress(OSError):
-            connection.sendall(response)
-        return stay
-
-
-class OddMasters(unittest.TestCase):
-    def beside(self, answer, until):
-        """The daemon beside such a master, until it has been heard; then beside a true one, where all is well."""
-        with scratch_folder() as folder, FakeService(str(folder / "ptp4l")) as service:
-            master_socket = folder / "agentx"
-            with contextlib.ExitStack() as stack:
-                odd = stack.enter_context(OddMaster(master_socket, answer))
-                sub_agent = Process(folder, "ptpsnmpd", [
-                    daemon_program(), "--agentx", master_socket, "--source", f"ptp4l:{service.path}", "--poll", "50",
-                    "--trace", "Snmp/off"])
-                with sub_agent:
-                    wait_for("the oddity", lambda: until(odd.heard))
-                    # The clock is followed all the same.
-                    service.tell(silent=True)
-                    wait_for("the service is missed", lambda: "does not answer" in sub_agent.output(), 20)
-                    service.tell(silent=False)
-                    stack.close()
-                    with Snmpd(folder, "master agentx", f"agentXSocket {master_socket}") as master:
-                        wait_for("rows", lambda: master.snmp.walk(TABLES))
-                        self.assertEqual(sub_agent.stop(), 0)
-
-    def test_answers_that_come_too_late_cost_the_time_of_the_fault(self):
-        """Lost: what is asked through that master."""
-        def late(_, response):
-            return 1.5, response, True
-        self.beside(late, lambda heard: heard.count(OPEN) >= 2)
-
-    def test_late_answers_to_registrations_cost_the_time_of_the_fault(self):
-        def late(kind, response):
-            return 1.5 if kind == REGISTER else 0, response, True
-        self.beside(late, lambda heard: REGISTER in heard)
-
-    def test_a_registration_whose_answer_breaks_off_costs_the_time_of_the_fault(self):
-        for length in (1, 10, 20, 23):
-            with self.subTest(length=length):
-                def cut(kind, response, length=length):
-                    return (0, response[:length], False) if kind == REGISTER else (0, response, True)
-                self.beside(cut, lambda heard: heard.count(REGISTER) >= 1)
-
-    def test_registrations_that_are_refused_or_answered_with_nonsense_cost_the_time_of_the_fault(self):
-        for name, answer in {"refused": lambda r: r[:24] + r[24:26] + b"\xff\xff", "garbage": lambda r: os.urandom(28),
-                             "another packet": lambda r: r[:12] + b"\x7f\x7f\x7f\x7f" + r[16:],
-                             "endless": lambda r: r[:16] + b"\x7f\xff\xff\xff" + r[20:]}.items():
-            with self.subTest(name):
-                def odd(kind, response, answer=answer):
-                    if kind != REGISTER:
-                        return 0, response, True
-                    return 0, answer(response), name not in ("garbage", "endless")
-                self.beside(odd, lambda heard: heard.count(REGISTER) >= 1)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,90 @@
+#include "StreamTransport.h"
+
+#include "NetSnmp.h"
+
+#include <net-snmp/library/snmpTCPDomain.h>
+#include <net-snmp/library/snmpTCPIPv6Domain.h>
+#include <net-snmp/library/snmpUnixDomain.h>
+#include <spdlog/spdlog.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <deque>
+#include <map>
+#include <utility>
+
+namespace host {
+namespace {
+
+constexpr std::size_t maxConnections = 32;
+constexpr int sendBufferBytes = 1 << 18;  // several of the largest answers
+
+struct Functions {
+  int (*accept)(netsnmp_transport*);
+  int (*close)(netsnmp_transport*);
+};
+
+// The library's own, by transport domain. It copies the listener, functions and all, for each connection.
+std::map<const oid*, Functions> libraryFunctions;
+
+std::deque<int> connections;  // from the oldest on
+
+// The library learns of it as of any end of a connection, when it reads next. So what else the peer has asked is not
+// complained of, answer by answer.
+void end(int connection) { shutdown(connection, SHUT_RDWR); }
+
+int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void**, int*) {
+  if (send(transport->sock, message, static_cast<std::size_t>(size), MSG_DONTWAIT | MSG_NOSIGNAL) == size) return size;
+  static bool said = false;
+  spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
+              "a peer does not read what it is sent, or has gone: its connection is closed; said once");
+  end(transport->sock);
+  return size;
+}
+
+void keepSpace(int connection) {
+  setsockopt(connection, SOL_SOCKET, SO_SNDBUF, &sendBufferBytes, sizeof(sendBufferBytes));
+}
+
+int acceptOne(netsnmp_transport* listener) {
+  const int connection = libraryFunctions.at(listener->domain).accept(listener);
+  if (connection < 0) return connection;
+  keepSpace(connection);
+  connections.push_back(connection);
+  if (connections.size() > maxConnections) {
+    end(connections.front());
+    connections.pop_front();
+  }
+  return connection;
+}
+
+// The library's would also remove the listener's own file.
+int closeConnection(netsnmp_transport* connection) {
+  if (connection->sock < 0) return -1;
+  std::erase(connections, connection->sock);
+  return close(std::exchange(connection->sock, -1));
+}
+
+int closeEither(netsnmp_transport* transport) {
+  if ((transport->flags & NETSNMP_TRANSPORT_FLAG_LISTEN) == 0) return closeConnection(transport);
+  return libraryFunctions.at(transport->domain).close(transport);
+}
+
+}  // namespace
+
+void sendsAtOnce(netsnmp_transport& connection) {
+  keepSpace(connection.sock);
+  connection.f_send = sendAtOnce;
+}
+
+void guardConnections(netsnmp_transport& listener) {
+  const oid* const guarded[] = {netsnmp_snmpTCPDomain, netsnmp_TCPIPv6Domain, netsnmp_UnixDomain};
+  if (std::ranges::find(guarded, listener.domain) == std::end(guarded)) return;
+  libraryFunctions.try_emplace(listener.domain, Functions{listener.f_accept, listener.f_close});
+  listener.f_accept = acceptOne;
+  listener.f_send = sendAtOnce;
+  listener.f_close = closeEither;
+}
+
+}  // namespace host

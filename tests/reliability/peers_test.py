@@ -1,0 +1,262 @@
+#!/usr/bin/env python3
+"""Peers that stall, lie or stay on their connections, and what they cost: nothing but their own answers, or the time of
+the fault.
+
+usage: PTPSNMPD=/path/to/ptpsnmpd peers_test.py [unittest options]
+"""
+
+import contextlib
+import os
+import socket
+import struct
+import sys
+import threading
+import unittest
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).parent.parent / "end_to_end"))
+
+from clock_model import PTPBASE  # noqa: E402
+from fake_service_test import FakeService  # noqa: E402
+from harness import Process, Snmpd, daemon_program, free_udp_port, run_tests, scratch_folder, wait_for  # noqa: E402
+from snmp_client import GET, GETBULK, ask, reading, udp_socket  # noqa: E402
+
+TABLES = ".".join(map(str, PTPBASE))
+PRIORITY1 = (*PTPBASE, 1, 2, 3, 1, 6, 0, 2, 1)
+SILENCE = 5  # seconds without an answer, after which nobody is served any more
+
+
+class Connections(unittest.TestCase):
+    @contextlib.contextmanager
+    def daemon(self, *limits):
+        """One that listens at UDP, TCP and a Unix socket: its port and that socket."""
+        with scratch_folder() as folder:
+            port = free_udp_port()
+            configuration = folder / "ptpsnmpd.conf"
+            configuration.write_text("rocommunity public 127.0.0.1\ncom2secunix here default public\ngroup readers v2c here\n"
+                                     'view everything included .1\naccess readers "" any noauth exact everything none none\n')
+            with Process(folder, "ptpsnmpd", [
+                    *limits, daemon_program(), "--config", configuration, "--listen", f"udp:127.0.0.1:{port}", "--listen", f"tcp:127.0.0.1:{port}",
+                    "--listen", f"unix:{folder}/snmp", "--source", "demo", "--trace", "Snmp/off"]) as daemon:
+                wait_for("the daemon is ready", lambda: "is ready" in daemon.output())
+                yield port, folder / "snmp"
+                self.assertEqual(daemon.stop(), 0)
+
+    def connect(self, port, path, kind):
+        if kind == "tcp":
+            connection = socket.create_connection(("127.0.0.1", port), SILENCE)
+        else:
+            connection = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+            connection.connect(str(path))
+            connection.settimeout(SILENCE)
+        return connection
+
+    def assert_served(self, port):
+        with udp_socket(port) as asking:
+            self.assertIsNotNone(ask(asking, reading(GET, [PRIORITY1]), SILENCE))
+
+    def test_who_asks_and_does_not_read_loses_the_connection_and_costs_nobody_else(self):
+        for kind in ("tcp", "unix"):
+            with self.subTest(kind), self.daemon() as (port, path), self.connect(port, path, kind) as connection:
+                request = reading(GETBULK, [PTPBASE], 50).message
+                with self.assertRaises((BrokenPipeError, ConnectionResetError)):
+                    while True:
+                        connection.sendall(request)
+                self.assert_served(port)
+
+    def test_who_reads_before_asking_again_gets_whole_answers(self):
+        for kind in ("tcp", "unix"):
+            with self.subTest(kind), self.daemon() as (port, path), self.connect(port, path, kind) as connection:
+                for _ in range(50):
+                    self.assertIsNotNone(ask(connection, reading(GETBULK, [PTPBASE], 1000), SILENCE))
+
+    def test_connections_that_only_stay_leave_room_for_others(self):
+        with self.daemon("prlimit", "--nofile=64") as (port, path), contextlib.ExitStack() as stack:
+            for _ in range(50):
+                for kind in ("tcp", "unix"):
+                    stack.enter_context(self.connect(port, path, kind))
+            self.assert_served(port)
+            for kind in ("tcp", "unix"):
+                with self.connect(port, path, kind) as connection:
+                    self.assertIsNotNone(ask(connection, reading(GET, [PRIORITY1]), SILENCE))
+
+
+OPEN, REGISTER, PING, AGENTX_RESPONSE = 1, 3, 13, 18
+NETWORK_ORDER = 0x10
+
+
+class OddMaster:
+    """A master agent that hears every word and answers as `answer(pdu type, response)` says: when, and how much."""
+
+    def __init__(self, path, answer):
+        self._path, self._answer = str(path), answer
+        self.heard, self._stop = [], threading.Event()
+
+    def __enter__(self):
+        self._listening = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        self._listening.bind(self._path)
+        self._listening.listen(8)
+        self._listening.settimeout(0.1)
+        self._threads = [threading.Thread(target=self._accept)]
+        self._threads[0].start()
+        return self
+
+    def __exit__(self, *_):
+        self._stop.set()
+        for thread in self._threads:
+            thread.join()
+        self._listening.close()
+        Path(self._path).unlink()
+
+    def _accept(self):
+        while not self._stop.is_set():
+            with contextlib.suppress(TimeoutError):
+                connection, _ = self._listening.accept()
+                connection.settimeout(0.1)
+                self._threads.append(threading.Thread(target=self._serve, args=(connection,)))
+                self._threads[-1].start()
+
+    def _serve(self, connection):
+        received = b""
+        with connection:
+            while not self._stop.is_set():
+                try:
+                    read = connection.recv(65536)
+                except TimeoutError:
+                    self.idle(connection)
+                    continue
+                except OSError:
+                    return
+                if not read:
+                    return
+                received += read
+                while len(received) >= 20:
+                    order = ">" if received[2] & NETWORK_ORDER else "<"
+                    size, = struct.unpack_from(order + "I", received, 16)
+                    if len(received) < 20 + size:
+                        break
+                    pdu, received = received[:20 + size], received[20 + size:]
+                    if not self._respond(connection, pdu, order):
+                        return
+
+    def idle(self, connection):
+        """Nothing more has been said for a while."""
+
+    def _respond(self, connection, pdu, order):
+        self.heard.append(pdu[1])
+        _, transaction, packet = struct.unpack_from(order + "III", pdu, 4)
+        response = (bytes([1, AGENTX_RESPONSE, pdu[2] & NETWORK_ORDER, 0])
+                    + struct.pack(order + "IIIIIHH", 7, transaction, packet, 8, 0, 0, 0))
+        delay, response, stay = self._answer(pdu[1], response)
+        if self._stop.wait(delay):
+            return False
+        with contextlib.suppress(OSError):
+            connection.sendall(response)
+        return stay
+
+
+def answer_at_once(_, response):
+    return 0, response, True
+
+
+def get_bulk(order, identifier):
+    """Asks for all the tables. RFC 2741, 6.2.6."""
+    pack = ">" if order else "<"
+    name = struct.pack(pack + "BBBB3I", 3, 2, 0, 0, 1, 2, 241)  # 1.3.6.1 and the prefix, and the rest
+    body = struct.pack(pack + "HH", 0, 200) + name + struct.pack(pack + "BBBB3I", 3, 2, 0, 0, 1, 2, 242)
+    return struct.pack(pack + "BBBBIIII", 1, 7, order, 0, 7, identifier, identifier, len(body)) + body
+
+
+class AskingMaster(OddMaster):
+    """Once it has all tables it asks, the same again and again or this once, and never reads. `lost`: the connection
+    has ended."""
+
+    def __init__(self, path, answer, request=None):
+        super().__init__(path, answer)
+        self._request, self.lost, self._asked = request, threading.Event(), False
+
+    def idle(self, connection):
+        if REGISTER not in self.heard or self._asked:
+            return
+        self._asked = True
+        connection.settimeout(SILENCE)
+        with contextlib.suppress(TimeoutError):
+            try:
+                if self._request is not None:
+                    connection.sendall(self._request)
+                    connection.shutdown(socket.SHUT_WR)
+                while self._request is None:
+                    connection.sendall(get_bulk(NETWORK_ORDER, 1))
+            except (BrokenPipeError, ConnectionResetError):
+                pass
+            self.lost.set()
+        connection.settimeout(0.1)
+
+
+class OddMasters(unittest.TestCase):
+    def beside(self, answer, until, odd_master=OddMaster):
+        """The daemon beside such a master, until it has been heard; then beside a true one, where all is well."""
+        with scratch_folder() as folder, FakeService(str(folder / "ptp4l")) as service:
+            master_socket = folder / "agentx"
+            with contextlib.ExitStack() as stack:
+                odd = stack.enter_context(odd_master(master_socket, answer))
+                sub_agent = Process(folder, "ptpsnmpd", [
+                    daemon_program(), "--agentx", master_socket, "--source", f"ptp4l:{service.path}", "--poll", "50",
+                    "--trace", "Snmp/off"])
+                with sub_agent:
+                    wait_for("the oddity", lambda: until(odd), 20)
+                    # The clock is followed all the same.
+                    service.tell(silent=True)
+                    wait_for("the service is missed", lambda: "does not answer" in sub_agent.output(), 20)
+                    service.tell(silent=False)
+                    stack.close()
+                    with Snmpd(folder, "master agentx", f"agentXSocket {master_socket}") as master:
+                        wait_for("rows", lambda: master.snmp.walk(TABLES))
+                        self.assertEqual(sub_agent.stop(), 0)
+
+    def test_answers_that_come_too_late_cost_the_time_of_the_fault(self):
+        """Lost: what is asked through that master."""
+        def late(_, response):
+            return 1.5, response, True
+        self.beside(late, lambda odd: odd.heard.count(OPEN) >= 2)
+
+    def test_late_answers_to_registrations_cost_the_time_of_the_fault(self):
+        def late(kind, response):
+            return 1.5 if kind == REGISTER else 0, response, True
+        self.beside(late, lambda odd: REGISTER in odd.heard)
+
+    def test_a_registration_whose_answer_breaks_off_costs_the_time_of_the_fault(self):
+        for length in (1, 10, 20, 23):
+            with self.subTest(length=length):
+                def cut(kind, response, length=length):
+                    return (0, response[:length], False) if kind == REGISTER else (0, response, True)
+                self.beside(cut, lambda odd: odd.heard.count(REGISTER) >= 1)
+
+    def test_registrations_that_are_refused_or_answered_with_nonsense_cost_the_time_of_the_fault(self):
+        for name, answer in {"refused": lambda r: r[:24] + r[24:26] + b"\xff\xff", "garbage": lambda r: os.urandom(28),
+                             "another packet": lambda r: r[:12] + b"\x7f\x7f\x7f\x7f" + r[16:],
+                             "endless": lambda r: r[:16] + b"\x7f\xff\xff\xff" + r[20:]}.items():
+            with self.subTest(name):
+                def odd(kind, response, answer=answer):
+                    if kind != REGISTER:
+                        return 0, response, True
+                    return 0, answer(response), name not in ("garbage", "endless")
+                self.beside(odd, lambda odd: odd.heard.count(REGISTER) >= 1)
+
+    def test_a_master_that_asks_and_does_not_read_costs_the_time_of_the_fault(self):
+        self.beside(answer_at_once, lambda master: master.lost.is_set(), AskingMaster)
+
+    def test_requests_that_are_nonsense_cost_the_time_of_the_fault(self):
+        whole = get_bulk(NETWORK_ORDER, 1)
+        for name, request in {"cut": whole[:30], "of another session": whole[:4] + b"\0\0\0\x63" + whole[8:],
+                              "longer than said": whole[:19] + b"\x08" + whole[20:],
+                              "endless": whole[:16] + b"\x7f\xff\xff\xff" + whole[20:],
+                              "of no kind": whole[:1] + b"\xfe" + whole[2:], "of another version": b"\x07" + whole[1:],
+                              "of long names": whole[:24] + b"\xff" + whole[25:], "noise": os.urandom(500)}.items():
+            with self.subTest(name):
+                self.beside(answer_at_once, lambda master: master.lost.is_set(),
+                            lambda path, answer, request=request: AskingMaster(path, answer, request))
+
+
+if __name__ == "__main__":
+    run_tests()
