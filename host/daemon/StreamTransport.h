@@ -4,8 +4,8 @@ struct netsnmp_transport_s;
 
 namespace host {
 
-/// The library sends until everything is out, and keeps each connection that anybody makes. A peer that asks and does
-/// not read would hold the one thread for ever, and one that only connects would use up the descriptors.
+// The library sends until everything is out, and keeps each connection that anybody makes. A peer that asks and does
+// not read would hold the one thread for ever, and one that only connects would use up the descriptors.
 
 /// From now on what cannot be sent at once ends the connection. A peer that reads an answer before it asks again is
 /// not affected: any answer fits what the kernel keeps for a connection.
