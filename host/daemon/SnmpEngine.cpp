@@ -208,7 +208,7 @@ void SnmpEngine::listen() {
   }
   // What else a master agent begins with. Its own way to listen does not tell of the transports.
   netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS, "none");
-  init_master_agent();
+  if (init_master_agent() != 0) throw std::runtime_error("the SNMP engine does not start");
 }
 
 }  // namespace host

@@ -1,5 +1,7 @@
 #include "ReplaySource.h"
 
+#include "NetSnmp.h"
+
 #include <gtest/gtest.h>
 #include <spdlog/sinks/ostream_sink.h>
 #include <spdlog/spdlog.h>
@@ -141,13 +143,24 @@ TEST_F(ReplaySourceTest, LinesThatTakeLongLetOthersHaveTheirTurns) {
   EXPECT_LT(turns[2], turns[3]);
 }
 
-TEST_F(ReplaySourceTest, WhatACallbackThrowsDoesNotCrossTheEngineButEndsTheRun) {
+TEST_F(ReplaySourceTest, WhatACallbackThrowsEndsTheRun) {
   const auto started = source(line("0", 0) + line("0.01", 1));
   int calls = 0;
   started->start([&](const StatusSnapshot&) {
     if (++calls == 2) throw std::bad_alloc();
   });
   EXPECT_THROW(run(), std::bad_alloc);
+}
+
+TEST_F(ReplaySourceTest, InSomebodyElsesLoopWhatACallbackThrowsIsLogged) {
+  const auto started = source(line("0", 0) + line("0.01", 1));
+  int calls = 0;
+  started->start([&](const StatusSnapshot&) {
+    if (++calls == 2) throw std::runtime_error("no room");
+  });
+  const auto deadline = std::chrono::steady_clock::now() + 20s;
+  while (log.str().empty() && std::chrono::steady_clock::now() < deadline) run_alarms();
+  EXPECT_EQ(log.str(), "error no room\n");
 }
 
 TEST_F(ReplaySourceTest, AfterTheLastLineNothingHappens) {

@@ -36,8 +36,8 @@ class Connections(unittest.TestCase):
             configuration.write_text("rocommunity public 127.0.0.1\ncom2secunix here default public\ngroup readers v2c here\n"
                                      'view everything included .1\naccess readers "" any noauth exact everything none none\n')
             with Process(folder, "ptpsnmpd", [
-                    *limits, daemon_program(), "--config", configuration, "--listen", f"udp:127.0.0.1:{port}", "--listen", f"tcp:127.0.0.1:{port}",
-                    "--listen", f"unix:{folder}/snmp", "--source", "demo", "--trace", "Snmp/off"]) as daemon:
+                    *limits, daemon_program(), "--config", configuration, "--listen", f"udp:127.0.0.1:{port}",
+                    "--listen", f"tcp:127.0.0.1:{port}", "--listen", f"unix:{folder}/snmp", "--source", "demo", "--trace", "Snmp/off"]) as daemon:
                 wait_for("the daemon is ready", lambda: "is ready" in daemon.output())
                 yield port, folder / "snmp"
                 self.assertEqual(daemon.stop(), 0)
@@ -168,12 +168,12 @@ def get_bulk(order, identifier):
 
 
 class AskingMaster(OddMaster):
-    """Once it has all tables it asks, the same again and again or this once, and never reads. `lost`: the connection
-    has ended."""
+    """Once it has tables it asks, and never reads. `done`: what it was given has been sent; where it was given nothing,
+    the connection on which it asks the same again and again has ended."""
 
     def __init__(self, path, answer, request=None):
         super().__init__(path, answer)
-        self._request, self.lost, self._asked = request, threading.Event(), False
+        self._request, self.done, self._asked = request, threading.Event(), False
 
     def idle(self, connection):
         if REGISTER not in self.heard or self._asked:
@@ -189,7 +189,7 @@ class AskingMaster(OddMaster):
                     connection.sendall(get_bulk(NETWORK_ORDER, 1))
             except (BrokenPipeError, ConnectionResetError):
                 pass
-            self.lost.set()
+            self.done.set()
         connection.settimeout(0.1)
 
 
@@ -244,7 +244,7 @@ class OddMasters(unittest.TestCase):
                 self.beside(odd, lambda odd: odd.heard.count(REGISTER) >= 1)
 
     def test_a_master_that_asks_and_does_not_read_costs_the_time_of_the_fault(self):
-        self.beside(answer_at_once, lambda master: master.lost.is_set(), AskingMaster)
+        self.beside(answer_at_once, lambda master: master.done.is_set(), AskingMaster)
 
     def test_requests_that_are_nonsense_cost_the_time_of_the_fault(self):
         whole = get_bulk(NETWORK_ORDER, 1)
@@ -254,7 +254,7 @@ class OddMasters(unittest.TestCase):
                               "of no kind": whole[:1] + b"\xfe" + whole[2:], "of another version": b"\x07" + whole[1:],
                               "of long names": whole[:24] + b"\xff" + whole[25:], "noise": os.urandom(500)}.items():
             with self.subTest(name):
-                self.beside(answer_at_once, lambda master: master.lost.is_set(),
+                self.beside(answer_at_once, lambda master: master.done.is_set(),
                             lambda path, answer, request=request: AskingMaster(path, answer, request))
 
 
