@@ -19,9 +19,11 @@ namespace {
 
 constexpr std::size_t maxConnections = 32;
 constexpr int sendBufferBytes = 1 << 18;  // several of the largest answers
+constexpr int receivedAtOnce = 1500;      // what a datagram would bring
 
 struct Functions {
   int (*accept)(netsnmp_transport*);
+  int (*receive)(netsnmp_transport*, void*, int, void**, int*);
   int (*close)(netsnmp_transport*);
 };
 
@@ -34,13 +36,29 @@ std::deque<int> connections;  // from the oldest on
 // complained of, answer by answer.
 void end(int connection) { shutdown(connection, SHUT_RDWR); }
 
+int receiveNothing(netsnmp_transport*, void*, int, void**, int*) { return 0; }
+
+// What waits either way is of no use any more: what the peer has asked would cost time, what it does not read, memory.
+void abandon(netsnmp_transport& connection) {
+  const linger nothing{.l_onoff = 1, .l_linger = 0};
+  setsockopt(connection.sock, SOL_SOCKET, SO_LINGER, &nothing, sizeof(nothing));
+  connection.f_recv = receiveNothing;
+  end(connection.sock);
+}
+
 int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void**, int*) {
   if (send(transport->sock, message, static_cast<std::size_t>(size), MSG_DONTWAIT | MSG_NOSIGNAL) == size) return size;
   static bool said = false;
   spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
               "a peer does not read what it is sent, or has gone: its connection is closed; said once");
-  end(transport->sock);
+  abandon(*transport);
   return size;
+}
+
+// The library answers all that it received before it turns to anybody else.
+int receiveSome(netsnmp_transport* transport, void* message, int size, void** opaque, int* opaqueLength) {
+  const int most = std::min(size, receivedAtOnce);
+  return libraryFunctions.at(transport->domain).receive(transport, message, most, opaque, opaqueLength);
 }
 
 void keepSpace(int connection) {
@@ -81,8 +99,9 @@ void sendsAtOnce(netsnmp_transport& connection) {
 void guardConnections(netsnmp_transport& listener) {
   const oid* const guarded[] = {netsnmp_snmpTCPDomain, netsnmp_TCPIPv6Domain, netsnmp_UnixDomain};
   if (std::ranges::find(guarded, listener.domain) == std::end(guarded)) return;
-  libraryFunctions.try_emplace(listener.domain, Functions{listener.f_accept, listener.f_close});
+  libraryFunctions.try_emplace(listener.domain, Functions{listener.f_accept, listener.f_recv, listener.f_close});
   listener.f_accept = acceptOne;
+  listener.f_recv = receiveSome;
   listener.f_send = sendAtOnce;
   listener.f_close = closeEither;
 }

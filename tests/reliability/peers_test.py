@@ -7,6 +7,7 @@ usage: PTPSNMPD=/path/to/ptpsnmpd peers_test.py [unittest options]
 
 import contextlib
 import os
+import signal
 import socket
 import struct
 import sys
@@ -19,10 +20,11 @@ sys.path.insert(0, str(Path(__file__).parent.parent / "end_to_end"))
 from clock_model import PTPBASE  # noqa: E402
 from fake_service_test import FakeService  # noqa: E402
 from harness import Process, Snmpd, daemon_program, free_udp_port, run_tests, scratch_folder, wait_for  # noqa: E402
-from snmp_client import GET, GETBULK, ask, reading, udp_socket  # noqa: E402
+from snmp_client import GET, GETBULK, Response, ask, reading, udp_socket  # noqa: E402
 
 TABLES = ".".join(map(str, PTPBASE))
 PRIORITY1 = (*PTPBASE, 1, 2, 3, 1, 6, 0, 2, 1)
+SNMP_IN_PKTS = (1, 3, 6, 1, 2, 1, 11, 1, 0)
 SILENCE = 5  # seconds without an answer, after which nobody is served any more
 
 
@@ -39,8 +41,17 @@ class Connections(unittest.TestCase):
                     *limits, daemon_program(), "--config", configuration, "--listen", f"udp:127.0.0.1:{port}",
                     "--listen", f"tcp:127.0.0.1:{port}", "--listen", f"unix:{folder}/snmp", "--source", "demo", "--trace", "Snmp/off"]) as daemon:
                 wait_for("the daemon is ready", lambda: "is ready" in daemon.output())
+                self.process = daemon
                 yield port, folder / "snmp"
                 self.assertEqual(daemon.stop(), 0)
+
+    @contextlib.contextmanager
+    def daemon_stopped(self):
+        self.process.signal(signal.SIGSTOP)
+        stat = Path(f"/proc/{self.process.process_id}/stat")
+        wait_for("the daemon stands still", lambda: stat.read_text().rpartition(")")[2].split()[0] == "T")
+        yield
+        self.process.signal(signal.SIGCONT)
 
     def connect(self, port, path, kind):
         if kind == "tcp":
@@ -63,6 +74,19 @@ class Connections(unittest.TestCase):
                     while True:
                         connection.sendall(request)
                 self.assert_served(port)
+
+    def test_who_asks_much_at_once_waits_for_its_turn(self):
+        """The count of messages tells after how many others one was read; the daemon finds them all waiting."""
+        for kind in ("tcp", "unix"):
+            with self.subTest(kind), self.daemon() as (port, path), self.connect(port, path, kind) as connection, \
+                    udp_socket(port) as other:
+                self.assertIsNotNone(ask(connection, reading(GET, [SNMP_IN_PKTS]), SILENCE))
+                with self.daemon_stopped():
+                    connection.sendall(b"".join(reading(GET, [PRIORITY1]).message for _ in range(1000)))
+                    other.send(reading(GET, [SNMP_IN_PKTS]).message)
+                other.settimeout(SILENCE)
+                (_, _, messages), = Response(other.recv(65536)).varbinds
+                self.assertLess(messages, 100)
 
     def test_who_reads_before_asking_again_gets_whole_answers(self):
         for kind in ("tcp", "unix"):
