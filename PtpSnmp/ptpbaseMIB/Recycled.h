@@ -40,7 +40,9 @@ class Recycled {
   };
 
   static void* take() {
-    if (blocks_.first == nullptr) return ::operator new(sizeof(T));
+    if (blocks_.first == nullptr) [[unlikely]] {
+      return ::operator new(sizeof(T));
+    }
     return std::exchange(blocks_.first, blocks_.first->next);
   }
 

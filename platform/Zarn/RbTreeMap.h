@@ -49,7 +49,9 @@ class RbTreeMap {
     void advance() {
       // An unchanged stamp says that the row still stands in the tree, so its links lead on; otherwise they
       // may lead nowhere.
-      if (stamp_ != map_->stamp_) return advanceByKey();
+      if (stamp_ != map_->stamp_) [[unlikely]] {
+        return advanceByKey();
+      }
       auto next = map_->tree_.iterator_to(*node_);
       ++next;
       node_.reset(next == map_->tree_.end() ? nullptr : &*next);
