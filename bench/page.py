@@ -4,8 +4,9 @@ import datetime
 
 import chart
 
-INSTRUCTIONS = ("by instructions the ratio is the last table's; what time takes beyond that is waiting for memory, of "
-                "which the floor, one array of numbers, touches less, and noise.")
+INSTRUCTIONS = ("by instructions the ratio is the last table's. What time takes beyond that is waiting for code: what "
+                "net-snmp runs through for one varbind fills the first cache twice, and each line of 64 bytes more is "
+                "fetched anew, and displaces another. The floor has 12 of them, the module some 50.")
 SENTENCE = {True: "met", False: "**missed**"}
 
 
@@ -25,16 +26,15 @@ def ratio(line, digits=2):
 
 def targets(results):
     """What was aimed at, what came out, and whether that is met."""
-    walk, scale, start = results["walks"]["walk"], results["scale"]["ptpsnmp"], results["start"]
+    walk, if_table, script = (results["walks"][kind] for kind in ("walk", "beside ifTable", "script"))
+    scale, start = results["scale"]["ptpsnmp"], results["start"]
     largest = scale["ptpsnmp 65535"]
     agentx = results["hosts"]["AgentX ratio"]["ptpsnmp over AgentX"]
     memory = max(results["memory"].values())
     return [
         ("bulk walk, beside the floor", "at most 1.05", ratio(walk["ptpsnmp"], 3), walk["ptpsnmp"]["ratio"] <= 1.05),
-        ("bulk walk, beside ifTable", "at most 1", number(results["walks"]["beside ifTable"], 2),
-         results["walks"]["beside ifTable"] <= 1),
-        ("bulk walk, pass_persist beside it", "at least 10", number(results["walks"]["script"], 1),
-         results["walks"]["script"] >= 10),
+        ("bulk walk, beside ifTable", "at most 1", ratio(if_table), if_table["ratio"] <= 1),
+        ("bulk walk, pass_persist beside it", "at least 10", ratio(script, 1), script["ratio"] >= 10),
         ("GET of one cell, beside the floor", "at most 1.02", ratio(results["walks"]["GET"]["ptpsnmp"], 3),
          results["walks"]["GET"]["ptpsnmp"]["ratio"] <= 1.02),
         ("65,535 ports beside 1,000, per varbind", "at most 1.10", ratio(largest), largest["ratio"] <= 1.10),
@@ -49,7 +49,8 @@ IN_THE_WAY = {
     "over AgentX, beside the floor over AgentX": "callgrind counted 1.03 times the floor's instructions for the "
     "sub-agent; a varbind is two turns of two processes, and most of it is the kernel's.",
     "bulk walk, beside ifTable": "ifTable is served by net-snmp's table container, which looks a row up. The table "
-    "iterator clones lists of variables at every step: under callgrind ifTable took 0.78 of the floor's instructions.",
+    "iterator clones lists of variables at every step: under callgrind ifTable took 0.78 of the floor's instructions. "
+    "The floor, which is the bare iterator, misses this target, too.",
     "bulk walk, pass_persist beside it": "the script takes no time for anything but to look its answer up, and the "
     "floor beside it is not ten times as fast, either.",
 }
@@ -150,10 +151,12 @@ def write(path, results):
 Measured by `bench/run` on {datetime.date.today()}, in {results['seconds']} s: {here['cpu']}, {here['cores']} cores, load \
 {here['load']}, Linux {here['kernel']}. Written by it, too: run it and compare.
 
-Compare ratios, not times. Contenders take turns every {results['ports']:,} varbinds, in {results['rounds']} rounds, \
-twice or four times as many, so that what else the machine does falls on all of them. A figure is the median of the rounds; in \
-brackets stands the middle half of them. CPU time is the scheduler's count for the agent's processes, to the nanosecond; the \
-client is not in it.
+Compare ratios, not times. Contenders take turns every {results['ports']:,} varbinds, so that what else the machine does \
+falls on all of them. Where their memory comes to lie makes the one or the other some percent faster for as long as they \
+run; so they are started {results['starts']['walks']} times for the walks, {results['starts']['hosts']} times for the hosts and \
+{results['starts']['scale']} times for the scale, one to three rounds each. A figure is the median of the rounds; in brackets \
+stands the middle half of them. CPU time is the scheduler's count for the agent's processes, to the nanosecond; the client \
+is not in it.
 
 ## Targets
 
