@@ -127,7 +127,7 @@ void AgentXLink::answered() {
 
 void AgentXLink::connect() {
   if (subagent_open_master_session() != 0) return away("it refuses a session");
-  sendsAtOnce(*snmp_sess_transport(snmp_sess_pointer(main_session)));
+  guardConnection(*snmp_sess_transport(snmp_sess_pointer(main_session)));
   const Refusals refusals;
   const auto began = std::chrono::steady_clock::now();
   register_mib_reattach();

@@ -126,7 +126,7 @@ bool isNone(const std::string& address) { return strncasecmp(address.c_str(), "n
 void listenOn(const std::string& address) {
   errno = 0;
   netsnmp_transport* const transport = netsnmp_transport_open_server("snmp", address.c_str());
-  if (transport != nullptr) guardConnections(*transport);
+  if (transport != nullptr) guardListener(*transport);
   if (transport == nullptr || netsnmp_register_agent_nsap(transport) < 0) {
     const char* const reason = errno != 0 ? std::strerror(errno) : "no such address";
     throw std::runtime_error(fmt::format("cannot listen on {}: {}", address, reason));

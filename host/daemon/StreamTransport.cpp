@@ -20,17 +20,20 @@ namespace {
 constexpr std::size_t maxConnections = 32;
 constexpr int sendBufferBytes = 1 << 18;  // several of the largest answers
 constexpr int receivedAtOnce = 1500;      // what a datagram would bring
+constexpr int mostUnanswered = 1 << 17;   // twice the largest message
 
-struct Functions {
+struct ListenerFunctions {
   int (*accept)(netsnmp_transport*);
-  int (*receive)(netsnmp_transport*, void*, int, void**, int*);
   int (*close)(netsnmp_transport*);
 };
+using Receive = int (*)(netsnmp_transport*, void*, int, void**, int*);
 
 // The library's own, by transport domain. It copies the listener, functions and all, for each connection.
-std::map<const oid*, Functions> libraryFunctions;
+std::map<const oid*, ListenerFunctions> libraryFunctions;
+std::map<const oid*, Receive> libraryReceive;
 
-std::deque<int> connections;  // from the oldest on
+std::deque<int> connections;    // from the oldest on
+std::map<int, int> unanswered;  // bytes that a connection brought since it was last sent something
 
 // The library learns of it as of any end of a connection, when it reads next. So what else the peer has asked is not
 // complained of, answer by answer.
@@ -47,6 +50,7 @@ void abandon(netsnmp_transport& connection) {
 }
 
 int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void**, int*) {
+  unanswered[transport->sock] = 0;
   if (send(transport->sock, message, static_cast<std::size_t>(size), MSG_DONTWAIT | MSG_NOSIGNAL) == size) return size;
   static bool said = false;
   spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
@@ -55,10 +59,17 @@ int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void
   return size;
 }
 
-// The library answers all that it received before it turns to anybody else.
+// The library answers all that it received before it turns to anybody else, and keeps what it received of a message of
+// whatever length that announces, up to 2 GiB.
 int receiveSome(netsnmp_transport* transport, void* message, int size, void** opaque, int* opaqueLength) {
-  const int most = std::min(size, receivedAtOnce);
-  return libraryFunctions.at(transport->domain).receive(transport, message, most, opaque, opaqueLength);
+  const Receive receive = libraryReceive.at(transport->domain);
+  const int received = receive(transport, message, std::min(size, receivedAtOnce), opaque, opaqueLength);
+  if (received <= 0 || (unanswered[transport->sock] += received) <= mostUnanswered) return received;
+  static bool said = false;
+  spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
+              "a peer sends without end what calls for no answer: its connection is closed; said once");
+  abandon(*transport);
+  return 0;
 }
 
 void keepSpace(int connection) {
@@ -69,6 +80,7 @@ int acceptOne(netsnmp_transport* listener) {
   const int connection = libraryFunctions.at(listener->domain).accept(listener);
   if (connection < 0) return connection;
   keepSpace(connection);
+  unanswered[connection] = 0;
   connections.push_back(connection);
   if (connections.size() > maxConnections) {
     end(connections.front());
@@ -81,6 +93,7 @@ int acceptOne(netsnmp_transport* listener) {
 int closeConnection(netsnmp_transport* connection) {
   if (connection->sock < 0) return -1;
   std::erase(connections, connection->sock);
+  unanswered.erase(connection->sock);
   return close(std::exchange(connection->sock, -1));
 }
 
@@ -91,15 +104,19 @@ int closeEither(netsnmp_transport* transport) {
 
 }  // namespace
 
-void sendsAtOnce(netsnmp_transport& connection) {
+void guardConnection(netsnmp_transport& connection) {
   keepSpace(connection.sock);
+  unanswered[connection.sock] = 0;
+  libraryReceive.try_emplace(connection.domain, connection.f_recv);
+  connection.f_recv = receiveSome;
   connection.f_send = sendAtOnce;
 }
 
-void guardConnections(netsnmp_transport& listener) {
+void guardListener(netsnmp_transport& listener) {
   const oid* const guarded[] = {netsnmp_snmpTCPDomain, netsnmp_TCPIPv6Domain, netsnmp_UnixDomain};
   if (std::ranges::find(guarded, listener.domain) == std::end(guarded)) return;
-  libraryFunctions.try_emplace(listener.domain, Functions{listener.f_accept, listener.f_recv, listener.f_close});
+  libraryFunctions.try_emplace(listener.domain, ListenerFunctions{listener.f_accept, listener.f_close});
+  libraryReceive.try_emplace(listener.domain, listener.f_recv);
   listener.f_accept = acceptOne;
   listener.f_recv = receiveSome;
   listener.f_send = sendAtOnce;

@@ -4,18 +4,19 @@ struct netsnmp_transport_s;
 
 namespace host {
 
-// The library sends until everything is out, answers all that it has received, and keeps each connection that anybody
-// makes. A peer that asks and does not read would hold the one thread for ever, one that asks much at once would hold
-// it for long, and one that only connects would use up the descriptors.
+// The library sends until everything is out, answers all that it has received, keeps the start of a message of any
+// length, and each connection that anybody makes. A peer that asks and does not read would hold the one thread for
+// ever, one that asks much at once for long; one that sends a message without end would use up the memory, and one that
+// only connects the descriptors.
 
-/// From now on what cannot be sent at once ends the connection. A peer that reads an answer before it asks again is
-/// not affected: any answer fits what the kernel keeps for a connection.
-void sendsAtOnce(netsnmp_transport_s& connection);
+/// From now on what cannot be sent at once ends the connection, and so does what is received without end and calls for
+/// no answer: 128 KiB. After each 1,500 bytes received others have their turn. A peer that reads an answer before it
+/// asks again is not affected: any answer fits what the kernel keeps for a connection, any request the 128 KiB.
+void guardConnection(netsnmp_transport_s& connection);
 
-/// Has each connection that comes in at a listener of TCP or a Unix socket send at once and wait its turn after each
-/// 1,500 bytes received, and keeps at most 32 of all such listeners: one more ends the oldest. Leaves any other kind of
-/// transport as it is.
+/// Guards each connection that comes in at a listener of TCP or a Unix socket, and keeps at most 32 of all such
+/// listeners: one more ends the oldest. Leaves any other kind of transport as it is.
 /// REQUIRES that nothing has come in yet.
-void guardConnections(netsnmp_transport_s& listener);
+void guardListener(netsnmp_transport_s& listener);
 
 }  // namespace host

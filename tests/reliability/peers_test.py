@@ -25,6 +25,7 @@ from snmp_client import GET, GETBULK, Response, ask, reading, udp_socket  # noqa
 TABLES = ".".join(map(str, PTPBASE))
 PRIORITY1 = (*PTPBASE, 1, 2, 3, 1, 6, 0, 2, 1)
 SNMP_IN_PKTS = (1, 3, 6, 1, 2, 1, 11, 1, 0)
+ENDLESS = 1 << 26  # bytes
 SILENCE = 5  # seconds without an answer, after which nobody is served any more
 
 
@@ -73,6 +74,15 @@ class Connections(unittest.TestCase):
                 with self.assertRaises((BrokenPipeError, ConnectionResetError)):
                     while True:
                         connection.sendall(request)
+                self.assert_served(port)
+
+    def test_who_sends_a_message_without_end_loses_the_connection(self):
+        for kind in ("tcp", "unix"):
+            with self.subTest(kind), self.daemon() as (port, path), self.connect(port, path, kind) as connection:
+                with self.assertRaises((BrokenPipeError, ConnectionResetError)):
+                    connection.sendall(b"\x30\x84\x7f\xff\xff\x00")  # so many bytes follow
+                    for _ in range(ENDLESS >> 16):
+                        connection.sendall(bytes(1 << 16))
                 self.assert_served(port)
 
     def test_who_asks_much_at_once_waits_for_its_turn(self):
@@ -192,12 +202,12 @@ def get_bulk(order, identifier):
 
 
 class AskingMaster(OddMaster):
-    """Once it has tables it asks, and never reads. `done`: what it was given has been sent; where it was given nothing,
-    the connection on which it asks the same again and again has ended."""
+    """Once it has tables it asks, and never reads. `done`: what it was given has been sent; where it has something to
+    say again and again, the connection has ended."""
 
-    def __init__(self, path, answer, request=None):
+    def __init__(self, path, answer, request=b"", again=b""):
         super().__init__(path, answer)
-        self._request, self.done, self._asked = request, threading.Event(), False
+        self._request, self._again, self.done, self._asked = request, again, threading.Event(), False
 
     def idle(self, connection):
         if REGISTER not in self.heard or self._asked:
@@ -206,14 +216,14 @@ class AskingMaster(OddMaster):
         connection.settimeout(SILENCE)
         with contextlib.suppress(TimeoutError):
             try:
-                if self._request is not None:
-                    connection.sendall(self._request)
-                    connection.shutdown(socket.SHUT_WR)
-                while self._request is None:
-                    connection.sendall(get_bulk(NETWORK_ORDER, 1))
+                connection.sendall(self._request)
+                for _ in range(ENDLESS // len(self._again) if self._again else 0):
+                    connection.sendall(self._again)
+                connection.shutdown(socket.SHUT_WR)
+                if not self._again:
+                    self.done.set()
             except (BrokenPipeError, ConnectionResetError):
-                pass
-            self.done.set()
+                self.done.set()
         connection.settimeout(0.1)
 
 
@@ -268,7 +278,14 @@ class OddMasters(unittest.TestCase):
                 self.beside(odd, lambda odd: odd.heard.count(REGISTER) >= 1)
 
     def test_a_master_that_asks_and_does_not_read_costs_the_time_of_the_fault(self):
-        self.beside(answer_at_once, lambda master: master.done.is_set(), AskingMaster)
+        whole = get_bulk(NETWORK_ORDER, 1)
+        self.beside(answer_at_once, lambda master: master.done.is_set(),
+                    lambda path, answer: AskingMaster(path, answer, again=whole))
+
+    def test_a_master_that_asks_without_end_costs_the_time_of_the_fault(self):
+        endless = get_bulk(NETWORK_ORDER, 1)[:16] + b"\x7f\xff\x00\x00"  # so many bytes follow
+        self.beside(answer_at_once, lambda master: master.done.is_set(),
+                    lambda path, answer: AskingMaster(path, answer, endless, bytes(65536)))
 
     def test_requests_that_are_nonsense_cost_the_time_of_the_fault(self):
         whole = get_bulk(NETWORK_ORDER, 1)
