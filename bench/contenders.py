@@ -3,6 +3,7 @@
 import contextlib
 import ctypes
 import os
+import random
 import statistics
 import sys
 from pathlib import Path
@@ -101,14 +102,13 @@ class IfTable(Contender):
 
 
 def rounds(contenders, count, turns, work):
-    """Nanoseconds per unit of the work, by contender, for each round. In a round the contenders take turns, each time in
-    another order, so that what else the machine does falls on all of them."""
+    """Nanoseconds per unit of the work, by contender, for each round. In a round the contenders take turns, in an order
+    that is shuffled each time, so that what else the machine does falls on all of them."""
     results = {contender.name: [] for contender in contenders}
     for number in range(count):
         spent = dict.fromkeys(results, (0, 0))
         for each in range(turns):
-            turn = (number + each) % len(contenders)
-            for contender in contenders[turn:] + contenders[:turn]:
+            for contender in random.sample(contenders, len(contenders)):
                 if each % contender.every != 0:
                     continue
                 used, done = contender.timed(lambda c=contender: work(c, number * turns + each))

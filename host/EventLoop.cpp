@@ -108,11 +108,23 @@ void turn(Descriptors& descriptors) {
   netsnmp_check_outstanding_agent_requests();
 }
 
+// Where an AgentX master goes away while a session with it is being opened, the library takes the number of the
+// session's security model for that of an alarm, and ends it.
+void passOverNumbersOfSecurityModels() {
+  unsigned number = 0;
+  do {
+    number = snmp_alarm_register(
+        1, 0, [](unsigned, void*) {}, nullptr);
+    snmp_alarm_unregister(number);
+  } while (number != 0 && number <= SNMP_SEC_MODEL_TSM);
+}
+
 }  // namespace
 
 EventLoop::EventLoop() {
   // Alarms are run by the loop itself and need no signal.
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
+  passOverNumbersOfSecurityModels();
 }
 
 EventLoop::Handle EventLoop::readable(int fd, Callback callback) {

@@ -17,8 +17,9 @@
 /// The logic of the agent library's callbacks, once for all tables. They are called from C, so nothing may
 /// leave them: noexcept ends the process, which only exhausted memory can cause.
 ///
-/// What a step of a walk runs through waits for its own code: the agent library's alone fills the processor's first
-/// cache twice. So what a walk does not need is marked as unlikely, which keeps it out of the way.
+/// A step of a walk spends part of its time fetching instructions: the agent library's alone are twice the size of the
+/// processor's first cache. So code that a usual step does not run is marked unlikely, and the compiler places it
+/// apart.
 ///
 /// A table T is a struct with:
 ///   name, rootOid            the MIB's
@@ -81,7 +82,7 @@ class TableIterator {
     context->advance();
     count(record, context->atEnd() ? Snmp::nextAtEnd : Snmp::nextAdvanced);
     if (data != nullptr) [[unlikely]] {
-      *data = *context;  // the library made none in a walk of a sorted table
+      *data = *context;  // the library passes none: it makes data contexts only for the rows that it keeps
     }
     return writeIndex(context, indexes);
   }

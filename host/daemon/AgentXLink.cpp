@@ -12,7 +12,7 @@
 #include <string_view>
 #include <utility>
 
-#include "StreamTransport.h"
+#include "MasterTransport.h"
 #include "UnixAddress.h"
 
 // The library's own way to connect. Its headers are not installed.
@@ -69,7 +69,8 @@ void sendClose() {
 }  // namespace
 
 AgentXLink::AgentXLink(EventLoop& loop, std::string socketPath) : loop_(loop), socketPath_(std::move(socketPath)) {
-  netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, socketPath_.c_str());
+  const std::string address = guardedMasterAddress(socketPath_);
+  netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, address.c_str());
   // The library shall neither ping nor connect by itself, and nowhere wait for long.
   netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL, 0);
   netsnmp_ds_set_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_TIMEOUT, engineTimeoutSeconds);
@@ -127,7 +128,6 @@ void AgentXLink::answered() {
 
 void AgentXLink::connect() {
   if (subagent_open_master_session() != 0) return away("it refuses a session");
-  guardConnection(*snmp_sess_transport(snmp_sess_pointer(main_session)));
   const Refusals refusals;
   const auto began = std::chrono::steady_clock::now();
   register_mib_reattach();

@@ -60,7 +60,7 @@ int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void
 }
 
 // The library answers all that it received before it turns to anybody else, and keeps what it received of a message of
-// whatever length that announces, up to 2 GiB.
+// any length that its header announces, up to 2 GiB.
 int receiveSome(netsnmp_transport* transport, void* message, int size, void** opaque, int* opaqueLength) {
   const Receive receive = libraryReceive.at(transport->domain);
   const int received = receive(transport, message, std::min(size, receivedAtOnce), opaque, opaqueLength);

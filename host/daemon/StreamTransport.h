@@ -11,7 +11,8 @@ namespace host {
 
 /// From now on what cannot be sent at once ends the connection, and so does what is received without end and calls for
 /// no answer: 128 KiB. After each 1,500 bytes received others have their turn. A peer that reads an answer before it
-/// asks again is not affected: any answer fits what the kernel keeps for a connection, any request the 128 KiB.
+/// asks again is not affected: any answer fits what the kernel keeps for a connection, any request of up to 64 KiB the
+/// 128 KiB.
 void guardConnection(netsnmp_transport_s& connection);
 
 /// Guards each connection that comes in at a listener of TCP or a Unix socket, and keeps at most 32 of all such

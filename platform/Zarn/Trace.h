@@ -40,7 +40,7 @@ class TraceHandle {
   using Argument = std::conditional_t<std::is_scalar_v<Part>, Part, const Part&>;
 
   // Not marked as cold: the compiler would take the code behind a line that traces for as seldom run, and put half of a
-  // request's far away.
+  // request's code far away.
   template <class... Parts>
   [[gnu::noinline]] void write(unsigned level, Argument<Parts>... parts) const {
     std::ostringstream os;

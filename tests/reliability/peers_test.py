@@ -7,6 +7,7 @@ usage: PTPSNMPD=/path/to/ptpsnmpd peers_test.py [unittest options]
 
 import contextlib
 import os
+import select
 import signal
 import socket
 import struct
@@ -25,6 +26,8 @@ from snmp_client import GET, GETBULK, Response, ask, reading, udp_socket  # noqa
 TABLES = ".".join(map(str, PTPBASE))
 PRIORITY1 = (*PTPBASE, 1, 2, 3, 1, 6, 0, 2, 1)
 SNMP_IN_PKTS = (1, 3, 6, 1, 2, 1, 11, 1, 0)
+MUCH = 500  # requests
+FLOOD = 4000  # requests
 ENDLESS = 1 << 26  # bytes
 SILENCE = 5  # seconds without an answer, after which nobody is served any more
 
@@ -86,17 +89,22 @@ class Connections(unittest.TestCase):
                 self.assert_served(port)
 
     def test_who_asks_much_at_once_waits_for_its_turn(self):
-        """The count of messages tells after how many others one was read; the daemon finds them all waiting."""
+        """The count of messages tells after how many others one was read. The daemon stands still while all are sent."""
         for kind in ("tcp", "unix"):
             with self.subTest(kind), self.daemon() as (port, path), self.connect(port, path, kind) as connection, \
                     udp_socket(port) as other:
-                self.assertIsNotNone(ask(connection, reading(GET, [SNMP_IN_PKTS]), SILENCE))
+                connection.sendall(reading(GET, [PRIORITY1]).message)
+                answer_to_one = connection.recv(65536)
                 with self.daemon_stopped():
-                    connection.sendall(b"".join(reading(GET, [PRIORITY1]).message for _ in range(1000)))
+                    connection.sendall(b"".join(reading(GET, [PRIORITY1]).message for _ in range(MUCH)))
                     other.send(reading(GET, [SNMP_IN_PKTS]).message)
                 other.settimeout(SILENCE)
                 (_, _, messages), = Response(other.recv(65536)).varbinds
                 self.assertLess(messages, 100)
+                answered = 0
+                while answered < MUCH * len(answer_to_one):
+                    self.assertNotEqual(part := connection.recv(65536), b"", "the connection has ended")
+                    answered += len(part)
 
     def test_who_reads_before_asking_again_gets_whole_answers(self):
         for kind in ("tcp", "unix"):
@@ -125,6 +133,7 @@ class OddMaster:
     def __init__(self, path, answer):
         self._path, self._answer = str(path), answer
         self.heard, self._stop = [], threading.Event()
+        self.ended = threading.Event()  # a connection, while it was answered
 
     def __enter__(self):
         self._listening = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
@@ -184,8 +193,13 @@ class OddMaster:
         delay, response, stay = self._answer(pdu[1], response)
         if self._stop.wait(delay):
             return False
-        with contextlib.suppress(OSError):
+        try:
+            connection.settimeout(SILENCE)
             connection.sendall(response)
+        except (BrokenPipeError, ConnectionResetError):
+            self.ended.set()
+        finally:
+            connection.settimeout(0.1)
         return stay
 
 
@@ -193,11 +207,11 @@ def answer_at_once(_, response):
     return 0, response, True
 
 
-def get_bulk(order, identifier):
+def get_bulk(order, identifier, repetitions=200):
     """Asks for all the tables. RFC 2741, 6.2.6."""
     pack = ">" if order else "<"
     name = struct.pack(pack + "BBBB3I", 3, 2, 0, 0, 1, 2, 241)  # 1.3.6.1 and the prefix, and the rest
-    body = struct.pack(pack + "HH", 0, 200) + name + struct.pack(pack + "BBBB3I", 3, 2, 0, 0, 1, 2, 242)
+    body = struct.pack(pack + "HH", 0, repetitions) + name + struct.pack(pack + "BBBB3I", 3, 2, 0, 0, 1, 2, 242)
     return struct.pack(pack + "BBBBIIII", 1, 7, order, 0, 7, identifier, identifier, len(body)) + body
 
 
@@ -224,6 +238,29 @@ class AskingMaster(OddMaster):
                     self.done.set()
             except (BrokenPipeError, ConnectionResetError):
                 self.done.set()
+        connection.settimeout(0.1)
+
+
+class FloodingMaster(OddMaster):
+    """Once it has tables it asks without a pause, and reads. `most`: requests that were out at a time."""
+
+    def __init__(self, path, answer):
+        super().__init__(path, answer)
+        self.done, self.most = threading.Event(), 0
+
+    def idle(self, connection):
+        if REGISTER not in self.heard or self.done.is_set():
+            return
+        request, received, answers = get_bulk(NETWORK_ORDER, 1, 1), b"", 0
+        connection.settimeout(SILENCE)
+        for sent in range(1, FLOOD + 1):
+            connection.sendall(request)
+            if select.select([connection], [], [], 0)[0]:
+                received += connection.recv(1 << 20)
+            while len(received) >= 20 and len(received) >= 20 + (size := struct.unpack_from(">I", received, 16)[0]):
+                received, answers = received[20 + size:], answers + 1
+            self.most = max(self.most, sent - answers)
+        self.done.set()
         connection.settimeout(0.1)
 
 
@@ -281,6 +318,23 @@ class OddMasters(unittest.TestCase):
         whole = get_bulk(NETWORK_ORDER, 1)
         self.beside(answer_at_once, lambda master: master.done.is_set(),
                     lambda path, answer: AskingMaster(path, answer, again=whole))
+
+    def test_a_master_that_goes_away_before_its_first_answer_costs_the_time_of_the_fault(self):
+        self.beside(lambda kind, response: (0, b"" if kind == OPEN else response, kind != OPEN), lambda odd: OPEN in odd.heard)
+
+    def test_a_master_whose_first_answer_has_no_end_costs_the_time_of_the_fault(self):
+        def endless(kind, response):
+            return 0, response[:16] + b"\x7f\xff\x00\x00" + bytes(ENDLESS) if kind == OPEN else response, False
+        self.beside(endless, lambda odd: odd.ended.is_set())
+
+    def test_a_master_that_asks_much_waits_before_its_requests_heap_up(self):
+        masters = []
+
+        def flooding(path, answer):
+            masters.append(FloodingMaster(path, answer))
+            return masters[0]
+        self.beside(answer_at_once, lambda master: master.done.is_set(), flooding)
+        self.assertLess(masters[0].most, FLOOD / 4)
 
     def test_a_master_that_asks_without_end_costs_the_time_of_the_fault(self):
         endless = get_bulk(NETWORK_ORDER, 1)[:16] + b"\x7f\xff\x00\x00"  # so many bytes follow
