@@ -101,22 +101,18 @@ class IfTable(Contender):
         return self.client.ask(GET, [self.cells(0, 1)[0]])[0] == 1
 
 
-def rounds(contenders, count, turns, work):
-    """Nanoseconds per unit of the work, by contender, for each round. In a round the contenders take turns, in an order
-    that is shuffled each time, so that what else the machine does falls on all of them."""
-    results = {contender.name: [] for contender in contenders}
-    for number in range(count):
-        spent = dict.fromkeys(results, (0, 0))
-        for each in range(turns):
-            for contender in random.sample(contenders, len(contenders)):
-                if each % contender.every != 0:
-                    continue
-                used, done = contender.timed(lambda c=contender: work(c, number * turns + each))
-                total = spent[contender.name]
-                spent[contender.name] = total[0] + used, total[1] + done
-        for name, (used, done) in spent.items():
-            results[name].append(used / done)
-    return results
+def one_round(contenders, turns, work):
+    """Nanoseconds per unit of the work, by contender. They take turns, in an order that is shuffled each time, so that
+    what else the machine does falls on all of them."""
+    spent = {contender.name: (0, 0) for contender in contenders}
+    for turn in range(turns):
+        for contender in random.sample(contenders, len(contenders)):
+            if turn % contender.every != 0:
+                continue
+            used, done = contender.timed(lambda c=contender: work(c, turn))
+            total = spent[contender.name]
+            spent[contender.name] = total[0] + used, total[1] + done
+    return {name: used / done for name, (used, done) in spent.items()}
 
 
 def summary(results, base):

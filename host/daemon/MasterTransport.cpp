@@ -62,14 +62,16 @@ using Receive = int (*)(netsnmp_transport*, void*, int, void**, int*);
 Receive guardedReceive = nullptr;
 Message message;
 
-int receiveMessage(netsnmp_transport* transport, void* bytes, int size, void** opaque, int* opaqueLength) {
+// What the library calls: only exhausted memory could throw there, and ends the process.
+
+int receiveMessage(netsnmp_transport* transport, void* bytes, int size, void** opaque, int* opaqueLength) noexcept {
   const int most = std::min(size, message.missing(transport->sock));
   const int received = guardedReceive(transport, bytes, most, opaque, opaqueLength);
   if (received > 0) message.received(bytes, received);
   return received;
 }
 
-netsnmp_transport* connectToMaster(netsnmp_tdomain_spec* spec) {
+netsnmp_transport* connectToMaster(netsnmp_tdomain_spec* spec) noexcept {
   netsnmp_transport* const transport =
       netsnmp_transport_open_client("agentx", ("unix:" + std::string(spec->target)).c_str());
   if (transport == nullptr) return nullptr;

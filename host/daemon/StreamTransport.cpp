@@ -39,7 +39,9 @@ std::map<int, int> unanswered;  // bytes that a connection brought since it was 
 // complained of, answer by answer.
 void end(int connection) { shutdown(connection, SHUT_RDWR); }
 
-int receiveNothing(netsnmp_transport*, void*, int, void**, int*) { return 0; }
+// What the library calls: only exhausted memory could throw there, and ends the process.
+
+int receiveNothing(netsnmp_transport*, void*, int, void**, int*) noexcept { return 0; }
 
 // What waits either way is of no use any more: what the peer has asked would cost time, what it does not read, memory.
 void abandon(netsnmp_transport& connection) {
@@ -49,7 +51,7 @@ void abandon(netsnmp_transport& connection) {
   end(connection.sock);
 }
 
-int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void**, int*) {
+int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void**, int*) noexcept {
   unanswered[transport->sock] = 0;
   if (send(transport->sock, message, static_cast<std::size_t>(size), MSG_DONTWAIT | MSG_NOSIGNAL) == size) return size;
   static bool said = false;
@@ -61,7 +63,7 @@ int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void
 
 // The library answers all that it received before it turns to anybody else, and keeps what it received of a message of
 // any length that its header announces, up to 2 GiB.
-int receiveSome(netsnmp_transport* transport, void* message, int size, void** opaque, int* opaqueLength) {
+int receiveSome(netsnmp_transport* transport, void* message, int size, void** opaque, int* opaqueLength) noexcept {
   const Receive receive = libraryReceive.at(transport->domain);
   const int received = receive(transport, message, std::min(size, receivedAtOnce), opaque, opaqueLength);
   if (received <= 0 || (unanswered[transport->sock] += received) <= mostUnanswered) return received;
@@ -76,7 +78,7 @@ void keepSpace(int connection) {
   setsockopt(connection, SOL_SOCKET, SO_SNDBUF, &sendBufferBytes, sizeof(sendBufferBytes));
 }
 
-int acceptOne(netsnmp_transport* listener) {
+int acceptOne(netsnmp_transport* listener) noexcept {
   const int connection = libraryFunctions.at(listener->domain).accept(listener);
   if (connection < 0) return connection;
   keepSpace(connection);
@@ -90,14 +92,14 @@ int acceptOne(netsnmp_transport* listener) {
 }
 
 // The library's would also remove the listener's own file.
-int closeConnection(netsnmp_transport* connection) {
+int closeConnection(netsnmp_transport* connection) noexcept {
   if (connection->sock < 0) return -1;
   std::erase(connections, connection->sock);
   unanswered.erase(connection->sock);
   return close(std::exchange(connection->sock, -1));
 }
 
-int closeEither(netsnmp_transport* transport) {
+int closeEither(netsnmp_transport* transport) noexcept {
   if ((transport->flags & NETSNMP_TRANSPORT_FLAG_LISTEN) == 0) return closeConnection(transport);
   return libraryFunctions.at(transport->domain).close(transport);
 }

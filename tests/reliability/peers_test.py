@@ -43,7 +43,8 @@ class Connections(unittest.TestCase):
                                      'view everything included .1\naccess readers "" any noauth exact everything none none\n')
             with Process(folder, "ptpsnmpd", [
                     *limits, daemon_program(), "--config", configuration, "--listen", f"udp:127.0.0.1:{port}",
-                    "--listen", f"tcp:127.0.0.1:{port}", "--listen", f"unix:{folder}/snmp", "--source", "demo", "--trace", "Snmp/off"]) as daemon:
+                    "--listen", f"tcp:127.0.0.1:{port}", "--listen", f"unix:{folder}/snmp",
+                    "--source", "demo", "--trace", "Snmp/off"]) as daemon:
                 wait_for("the daemon is ready", lambda: "is ready" in daemon.output())
                 self.process = daemon
                 yield port, folder / "snmp"
@@ -89,7 +90,7 @@ class Connections(unittest.TestCase):
                 self.assert_served(port)
 
     def test_who_asks_much_at_once_waits_for_its_turn(self):
-        """The count of messages tells after how many others one was read. The daemon stands still while all are sent."""
+        """The count of messages tells how many were read before one. The daemon stands still while all are sent."""
         for kind in ("tcp", "unix"):
             with self.subTest(kind), self.daemon() as (port, path), self.connect(port, path, kind) as connection, \
                     udp_socket(port) as other:
@@ -320,7 +321,9 @@ class OddMasters(unittest.TestCase):
                     lambda path, answer: AskingMaster(path, answer, again=whole))
 
     def test_a_master_that_goes_away_before_its_first_answer_costs_the_time_of_the_fault(self):
-        self.beside(lambda kind, response: (0, b"" if kind == OPEN else response, kind != OPEN), lambda odd: OPEN in odd.heard)
+        def going(kind, response):
+            return (0, b"", False) if kind == OPEN else (0, response, True)
+        self.beside(going, lambda odd: OPEN in odd.heard)
 
     def test_a_master_whose_first_answer_has_no_end_costs_the_time_of_the_fault(self):
         def endless(kind, response):
