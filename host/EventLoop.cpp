@@ -11,6 +11,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "TimerQueue.h"
+
 namespace host {
 namespace {
 
@@ -50,20 +52,12 @@ class Descriptor final : public EventLoop::Registration {
 
 class Timer final : public EventLoop::Registration {
  public:
-  Timer(milliseconds period, unsigned flags, EventLoop::Callback callback) : callback_(std::move(callback)) {
-    const milliseconds atLeast = std::max(period, milliseconds(1));
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(atLeast);
-    const timeval interval{seconds.count(), (atLeast - seconds).count() * 1000};
-    alarm_ = snmp_alarm_register_hr(interval, flags, expired, this);
-    if (alarm_ == 0) throw std::runtime_error("the event loop takes no more timers");
-  }
-  ~Timer() override { snmp_alarm_unregister(alarm_); }
+  Timer(std::shared_ptr<TimerQueue> queue, milliseconds delay, milliseconds period, EventLoop::Callback callback)
+      : queue_(std::move(queue)), timer_(*queue_, delay, period, std::move(callback)) {}
 
  private:
-  static void expired(unsigned int, void* self) noexcept { call(static_cast<Timer*>(self)->callback_); }
-
-  EventLoop::Callback callback_;
-  unsigned alarm_ = 0;
+  const std::shared_ptr<TimerQueue> queue_;  // it may be destroyed after the loop
+  TimerQueue::Timer timer_;
 };
 
 // Of any size. Its memory serves all turns.
@@ -108,35 +102,30 @@ void turn(Descriptors& descriptors) {
   netsnmp_check_outstanding_agent_requests();
 }
 
-// Where an AgentX master goes away while a session with it is being opened, the library takes the number of the
-// session's security model for that of an alarm, and ends it.
-void passOverNumbersOfSecurityModels() {
-  unsigned number = 0;
-  do {
-    number = snmp_alarm_register(
-        1, 0, [](unsigned, void*) {}, nullptr);
-    snmp_alarm_unregister(number);
-  } while (number != 0 && number <= SNMP_SEC_MODEL_TSM);
-}
-
 }  // namespace
 
-EventLoop::EventLoop() {
-  // Alarms are run by the loop itself and need no signal.
+EventLoop::EventLoop() : timers_(std::make_shared<TimerQueue>()) {
+  // The library's alarms are run by the loop itself and need no signal.
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
-  passOverNumbersOfSecurityModels();
+  timersDue_ = readable(timers_->descriptor(), [timers = timers_] { timers->expire(call); });
 }
+
+EventLoop::~EventLoop() = default;
 
 EventLoop::Handle EventLoop::readable(int fd, Callback callback) {
   return std::make_unique<Descriptor>(fd, std::move(callback));
 }
 
 EventLoop::Handle EventLoop::after(milliseconds delay, Callback callback) {
-  return std::make_unique<Timer>(delay, 0, std::move(callback));
+  return timer(delay, milliseconds(0), std::move(callback));
 }
 
 EventLoop::Handle EventLoop::every(milliseconds period, Callback callback) {
-  return std::make_unique<Timer>(period, SA_REPEAT, std::move(callback));
+  return timer(period, std::max(period, milliseconds(1)), std::move(callback));
+}
+
+EventLoop::Handle EventLoop::timer(milliseconds delay, milliseconds period, Callback callback) {
+  return std::make_unique<Timer>(timers_, std::max(delay, milliseconds(1)), period, std::move(callback));
 }
 
 void EventLoop::run() {
