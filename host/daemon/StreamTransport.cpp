@@ -10,8 +10,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <deque>
+#include <cerrno>
+#include <list>
 #include <map>
+#include <string>
 #include <utility>
 
 namespace host {
@@ -32,7 +34,7 @@ using Receive = int (*)(netsnmp_transport*, void*, int, void**, int*);
 std::map<const oid*, ListenerFunctions> libraryFunctions;
 std::map<const oid*, Receive> libraryReceive;
 
-std::deque<int> connections;    // from the oldest on
+std::list<int> connections;     // the one that was sent something last comes last
 std::map<int, int> unanswered;  // bytes that a connection brought since it was last sent something
 
 // The library learns of it as of any end of a connection, when it reads next. So what else the peer has asked is not
@@ -51,8 +53,14 @@ void abandon(netsnmp_transport& connection) {
   end(connection.sock);
 }
 
+void moveLast(int connection) {
+  const auto place = std::ranges::find(connections, connection);
+  if (place != connections.end()) connections.splice(connections.end(), connections, place);
+}
+
 int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void**, int*) noexcept {
   unanswered[transport->sock] = 0;
+  moveLast(transport->sock);
   if (send(transport->sock, message, static_cast<std::size_t>(size), MSG_DONTWAIT | MSG_NOSIGNAL) == size) return size;
   static bool said = false;
   spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
@@ -64,6 +72,13 @@ int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void
 // The library answers all that it received before it turns to anybody else, and keeps what it received of a message of
 // any length that its header announces, up to 2 GiB.
 int receiveSome(netsnmp_transport* transport, void* message, int size, void** opaque, int* opaqueLength) noexcept {
+  // Of a Unix socket the library loses memory where there is an error, which looking takes away.
+  char first = 0;
+  if (recv(transport->sock, &first, 1, MSG_PEEK | MSG_DONTWAIT) < 0) {
+    if (errno != EAGAIN && errno != EINTR) return -1;
+    transport->flags |= NETSNMP_TRANSPORT_FLAG_EMPTY_PKT;  // else it would be the end
+    return 0;
+  }
   const Receive receive = libraryReceive.at(transport->domain);
   const int received = receive(transport, message, std::min(size, receivedAtOnce), opaque, opaqueLength);
   if (received <= 0 || (unanswered[transport->sock] += received) <= mostUnanswered) return received;
@@ -91,7 +106,6 @@ int acceptOne(netsnmp_transport* listener) noexcept {
   return connection;
 }
 
-// The library's would also remove the listener's own file.
 int closeConnection(netsnmp_transport* connection) noexcept {
   if (connection->sock < 0) return -1;
   std::erase(connections, connection->sock);
@@ -99,20 +113,21 @@ int closeConnection(netsnmp_transport* connection) noexcept {
   return close(std::exchange(connection->sock, -1));
 }
 
+// The library's way takes the address of whoever connected last for the listener's own, and removes the file of that
+// name, which is for the peer to choose.
+int closeUnixListener(netsnmp_transport* listener) {
+  if (listener->sock < 0) return -1;
+  unlink(std::string(static_cast<const char*>(listener->local), listener->local_length).c_str());
+  return close(std::exchange(listener->sock, -1));
+}
+
 int closeEither(netsnmp_transport* transport) noexcept {
   if ((transport->flags & NETSNMP_TRANSPORT_FLAG_LISTEN) == 0) return closeConnection(transport);
+  if (transport->domain == netsnmp_UnixDomain) return closeUnixListener(transport);
   return libraryFunctions.at(transport->domain).close(transport);
 }
 
 }  // namespace
-
-void guardConnection(netsnmp_transport& connection) {
-  keepSpace(connection.sock);
-  unanswered[connection.sock] = 0;
-  libraryReceive.try_emplace(connection.domain, connection.f_recv);
-  connection.f_recv = receiveSome;
-  connection.f_send = sendAtOnce;
-}
 
 void guardListener(netsnmp_transport& listener) {
   const oid* const guarded[] = {netsnmp_snmpTCPDomain, netsnmp_TCPIPv6Domain, netsnmp_UnixDomain};

@@ -9,15 +9,12 @@ namespace host {
 // ever, one that asks much at once for long; one that sends a message without end would use up the memory, and one that
 // only connects the descriptors.
 
-/// From now on what cannot be sent at once ends the connection, and so does what is received without end and calls for
-/// no answer: 128 KiB. After each 1,500 bytes received others have their turn. A peer that reads an answer before it
-/// asks again is not affected: any answer fits what the kernel keeps for a connection, any request of up to 64 KiB the
-/// 128 KiB.
-void guardConnection(netsnmp_transport_s& connection);
-
-/// Guards each connection that comes in at a listener of TCP or a Unix socket, and keeps at most 32 of all such
-/// listeners: one more ends the oldest. Leaves any other kind of transport as it is.
-/// REQUIRES that nothing has come in yet.
+/// Guards each connection that comes in at a listener of TCP or a Unix socket. What cannot be sent at once ends it, and
+/// so does what is received without end and calls for no answer: 128 KiB. After each 1,500 bytes received others have
+/// their turn. A peer that reads an answer before it asks again is not affected: any answer fits what the kernel keeps
+/// for a connection, any request of up to 64 KiB the 128 KiB. Of all such listeners at most 32 connections are kept:
+/// one more ends the one that was sent nothing for longest. Leaves any other kind of transport as it is. REQUIRES that
+/// nothing has come in yet.
 void guardListener(netsnmp_transport_s& listener);
 
 }  // namespace host
