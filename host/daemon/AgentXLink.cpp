@@ -31,6 +31,7 @@ constexpr auto period = 500ms;
 constexpr int turnsOfAPing = 20;  // of the period, until another ping is tried
 constexpr int turnsOfARest = 10;
 constexpr int engineTimeoutSeconds = 1;
+constexpr auto connectTime = 3s;
 constexpr int closePduType = 2;    // RFC 2741, 6.1
 constexpr int reasonShutdown = 5;  // RFC 2741, 6.2.2
 
@@ -86,9 +87,11 @@ AgentXLink::~AgentXLink() {
 
 void AgentXLink::leave() {
   agentx_unregister_callbacks(main_session);
+  remove_trap_session(main_session);  // the library would send its notifications there for ever
   sendClose();
   snmp_close(main_session);
   main_session = nullptr;
+  register_mib_detach();  // the library would take the tables for registered
 }
 
 void AgentXLink::watch() {
@@ -127,26 +130,27 @@ void AgentXLink::answered() {
 }
 
 void AgentXLink::connect() {
-  if (subagent_open_master_session() != 0) return away("it refuses a session");
-  const Refusals refusals;
   const auto began = std::chrono::steady_clock::now();
-  register_mib_reattach();
+  const MasterHandshake handshake(began + connectTime);
+  const bool open = subagent_open_master_session() == 0;
+  const Refusals refusals;
+  if (open) register_mib_reattach();
   const bool late = std::chrono::steady_clock::now() - began >= std::chrono::seconds(engineTimeoutSeconds);
-  if (main_session == nullptr) {
-    // It broke in between. The library went on with the tables that were left, and takes them for registered.
-    register_mib_detach();
-    return away("the connection was closed");
+  const bool broken = handshake.broken();
+  if (open && refusals.any() && !broken) {
+    return refused("they are served already, by another sub-agent or a module in it");
   }
-  if (refusals.any()) return refused("they are served already, by another sub-agent or a module in it");
   if (late) return refused("it answers too late");
+  if (open && broken) leave();
+  if (broken) return away("the connection was closed");
+  if (!open) return away("it refuses a session");
   connected_ = true;
   saidAway_ = saidRefused_ = false;
   spdlog::info("serving through the SNMP agent at {}", socketPath_);
 }
 
 void AgentXLink::refused(const std::string& reason) {
-  leave();
-  register_mib_detach();
+  if (main_session != nullptr) leave();
   turnsToRest_ = turnsOfARest;
   if (std::exchange(saidRefused_, true)) return;
   spdlog::error("the SNMP agent at {} does not take the tables ({}); trying every {} s", socketPath_, reason,

@@ -2,89 +2,232 @@
 
 #include "NetSnmp.h"
 
+#include <poll.h>
+#include <spdlog/spdlog.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
-#include <limits>
 #include <new>
+#include <optional>
 #include <utility>
 
-#include "StreamTransport.h"
+#include "UnixAddress.h"
 
 namespace host {
 namespace {
 
-constexpr char prefix[] = "ptpsnmpd-master";
+using Clock = std::chrono::steady_clock;
 
-// How far the message is that comes in. RFC 2741, 6.1: a header of 20 bytes, whose last four say how many follow, in
-// the order of bytes that a flag tells.
+constexpr char prefix[] = "ptpsnmpd-master";
+const oid noOthersName[] = {0, 0};
+constexpr std::size_t longestMessage = 1 << 20;
+constexpr std::chrono::seconds sendTime(1);
+
+// RFC 2741, 6.1: a header of 20 bytes, whose last four say how many follow, in the order of bytes that a flag tells.
+constexpr std::size_t headerBytes = 20;
+constexpr unsigned char version1 = 1;
+constexpr unsigned char responseType = 18;
+constexpr unsigned char networkOrder = 0x10;
+constexpr unsigned processingError = 268;
+using Header = std::array<unsigned char, headerBytes>;
+
+std::size_t messageLength(const unsigned char* header) noexcept {
+  const bool fromHigh = (header[2] & networkOrder) != 0;
+  std::size_t payload = 0;
+  for (unsigned i = 0; i < 4; ++i) payload = payload << 8 | header[fromHigh ? 16 + i : 19 - i];
+  return headerBytes + payload;
+}
+
+// How far the message is that comes in.
 class Message {
  public:
   /// How many bytes may be read without those of the next message.
-  int missing(int socket) {
+  std::size_t missing(int socket) {
     if (received_ == 0 &&
         recv(socket, header_.data(), header_.size(), MSG_PEEK | MSG_DONTWAIT) == ssize_t{headerBytes}) {
-      length_ = length();
+      length_ = messageLength(header_.data());
     }
-    const std::size_t missing = (length_ == 0 ? headerBytes : length_) - received_;
-    return static_cast<int>(std::min<std::size_t>(missing, std::numeric_limits<int>::max()));
+    return (length_ == 0 ? headerBytes : length_) - received_;
   }
 
-  void received(const void* bytes, int count) {
+  void received(const void* bytes, std::size_t count) {
     const auto* const from = static_cast<const unsigned char*>(bytes);
     if (length_ == 0) std::copy_n(from, count, header_.begin() + static_cast<std::ptrdiff_t>(received_));
-    received_ += static_cast<std::size_t>(count);
-    if (length_ == 0 && received_ == headerBytes) length_ = length();
+    received_ += count;
+    if (length_ == 0 && received_ == headerBytes) length_ = messageLength(header_.data());
     if (received_ == length_) *this = Message();
   }
 
  private:
-  static constexpr std::size_t headerBytes = 20;
-  static constexpr unsigned networkOrder = 0x10;
-
-  std::size_t length() const noexcept {
-    const bool fromHigh = (header_[2] & networkOrder) != 0;
-    std::size_t payload = 0;
-    for (unsigned i = 0; i < 4; ++i) payload = payload << 8 | header_[fromHigh ? 16 + i : 19 - i];
-    return headerBytes + payload;
-  }
-
-  std::array<unsigned char, headerBytes> header_{};
+  Header header_{};
   std::size_t received_ = 0;
   std::size_t length_ = 0;  // 0 as long as the header is not whole
 };
 
-using Receive = int (*)(netsnmp_transport*, void*, int, void**, int*);
+struct Connection {
+  Message message;
+  bool broken = false;
+};
 
-Receive guardedReceive = nullptr;
-Message message;
+struct Handshake {
+  Clock::time_point deadline;
+  Header asked{};  // what the library waits for the answer to
+  bool refused = true;
+};
+
+Connection connection;
+std::optional<Handshake> handshake;
+
+void breakOff(int socket) {
+  connection.broken = true;
+  shutdown(socket, SHUT_RDWR);
+}
+
+bool readyBefore(Clock::time_point time, int socket, short event) {
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(time - Clock::now()).count();
+  pollfd waiting{.fd = socket, .events = event, .revents = 0};
+  return left > 0 && poll(&waiting, 1, static_cast<int>(left)) != 0;
+}
+
+bool worthWaiting() { return errno == EAGAIN || errno == EINTR; }
+
+bool sendAll(int socket, const unsigned char* bytes, std::size_t size) {
+  const Clock::time_point soon = Clock::now() + sendTime;
+  const Clock::time_point time = handshake ? std::min(soon, handshake->deadline) : soon;
+  while (size > 0) {
+    const ssize_t sent = send(socket, bytes, size, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (sent < 0 && !(worthWaiting() && readyBefore(time, socket, POLLOUT))) return false;
+    if (sent < 0) continue;
+    bytes += sent;
+    size -= static_cast<std::size_t>(sent);
+  }
+  return true;
+}
+
+// Before the handshake's deadline.
+bool receiveAll(int socket, unsigned char* bytes, std::size_t size) {
+  while (size > 0) {
+    if (!readyBefore(handshake->deadline, socket, POLLIN)) return false;
+    const ssize_t received = recv(socket, bytes, size, MSG_DONTWAIT);
+    if (received == 0 || (received < 0 && !worthWaiting())) return false;
+    if (received < 0) continue;
+    bytes += received;
+    size -= static_cast<std::size_t>(received);
+  }
+  return true;
+}
+
+// 0 where there is none.
+std::size_t receiveWhole(int socket, unsigned char* bytes, std::size_t size) {
+  if (size < headerBytes || !receiveAll(socket, bytes, headerBytes) || bytes[0] != version1) return 0;
+  const std::size_t length = messageLength(bytes);
+  return length <= size && receiveAll(socket, bytes + headerBytes, length - headerBytes) ? length : 0;
+}
+
+// RFC 2741, 6.2.16: the time is 0, then come the error and its index.
+std::size_t refuse(unsigned char* bytes) {
+  const bool fromHigh = (handshake->asked[2] & networkOrder) != 0;
+  std::array<unsigned char, headerBytes + 8> response{};
+  std::ranges::copy(handshake->asked, response.begin());
+  response[1] = responseType;
+  response[2] &= networkOrder;
+  std::fill_n(response.begin() + 16, 4, 0);
+  response[fromHigh ? 19 : 16] = 8;
+  response[fromHigh ? 24 : 25] = processingError >> 8;
+  response[fromHigh ? 25 : 24] = processingError & 0xff;
+  std::ranges::copy(response, bytes);
+  handshake->refused = true;
+  return response.size();
+}
+
+int receiveNothingYet(netsnmp_transport& transport) {
+  transport.flags |= NETSNMP_TRANSPORT_FLAG_EMPTY_PKT;  // else it would be the end
+  return 0;
+}
+
+int receiveInHandshake(netsnmp_transport& transport, unsigned char* bytes, std::size_t size) {
+  if (!connection.broken) {
+    if (const std::size_t length = receiveWhole(transport.sock, bytes, size); length > 0)
+      return static_cast<int>(length);
+    breakOff(transport.sock);
+  }
+  return handshake->refused ? receiveNothingYet(transport) : static_cast<int>(refuse(bytes));
+}
+
+int receivePart(netsnmp_transport& transport, unsigned char* bytes, std::size_t size) {
+  if (connection.broken) return 0;
+  const std::size_t missing = connection.message.missing(transport.sock);
+  if (missing > longestMessage) {
+    static bool said = false;
+    spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
+                "the AgentX master sends a message of {} bytes, {} are taken: the connection is closed; said once",
+                missing, longestMessage);
+    return 0;
+  }
+  const ssize_t received = recv(transport.sock, bytes, std::min(missing, size), MSG_DONTWAIT);
+  if (received < 0) return worthWaiting() ? receiveNothingYet(transport) : -1;
+  connection.message.received(bytes, static_cast<std::size_t>(received));
+  return static_cast<int>(received);
+}
 
 // What the library calls: only exhausted memory could throw there, and ends the process.
 
-int receiveMessage(netsnmp_transport* transport, void* bytes, int size, void** opaque, int* opaqueLength) noexcept {
-  const int most = std::min(size, message.missing(transport->sock));
-  const int received = guardedReceive(transport, bytes, most, opaque, opaqueLength);
-  if (received > 0) message.received(bytes, received);
-  return received;
+// What cannot be sent after the handshake is not complained of, answer by answer: the library learns of the end when it
+// reads next.
+int sendMessage(netsnmp_transport* transport, const void* message, int size, void**, int*) noexcept {
+  const auto* const bytes = static_cast<const unsigned char*>(message);
+  if (!connection.broken && !sendAll(transport->sock, bytes, static_cast<std::size_t>(size))) {
+    spdlog::debug("the AgentX master does not read what it is sent, or has gone: the connection is closed");
+    breakOff(transport->sock);
+  }
+  if (!handshake) return size;
+  if (connection.broken) return -1;
+  if (bytes[1] != responseType) {
+    std::copy_n(bytes, headerBytes, handshake->asked.begin());
+    handshake->refused = false;
+  }
+  return size;
+}
+
+int receiveMessage(netsnmp_transport* transport, void* bytes, int size, void**, int*) noexcept {
+  const auto receive = handshake ? receiveInHandshake : receivePart;
+  return receive(*transport, static_cast<unsigned char*>(bytes), static_cast<std::size_t>(size));
+}
+
+int closeConnection(netsnmp_transport* transport) noexcept {
+  return transport->sock < 0 ? -1 : close(std::exchange(transport->sock, -1));
 }
 
 netsnmp_transport* connectToMaster(netsnmp_tdomain_spec* spec) noexcept {
-  netsnmp_transport* const transport =
-      netsnmp_transport_open_client("agentx", ("unix:" + std::string(spec->target)).c_str());
-  if (transport == nullptr) return nullptr;
-  guardConnection(*transport);
-  guardedReceive = std::exchange(transport->f_recv, receiveMessage);
-  message = Message();
+  const sockaddr_un address = unixAddress(spec->target);
+  const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+  if (socket < 0) return nullptr;
+  auto* const transport = SNMP_MALLOC_TYPEDEF(netsnmp_transport);
+  if (transport == nullptr || connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    close(socket);
+    free(transport);
+    return nullptr;
+  }
+  transport->domain = noOthersName;
+  transport->domain_length = OID_LENGTH(noOthersName);
+  transport->sock = socket;
+  transport->flags = NETSNMP_TRANSPORT_FLAG_STREAM;
+  transport->msgMaxSize = SNMP_MAX_PACKET_LEN;
+  transport->f_recv = receiveMessage;
+  transport->f_send = sendMessage;
+  transport->f_close = closeConnection;
+  connection = Connection();
   return transport;
 }
 
 }  // namespace
 
 std::string guardedMasterAddress(const std::string& socketPath) {
-  static const oid noOthersName[] = {0, 0};
   static netsnmp_tdomain domain{};
   domain.name = noOthersName;
   domain.name_length = OID_LENGTH(noOthersName);
@@ -97,5 +240,9 @@ std::string guardedMasterAddress(const std::string& socketPath) {
   netsnmp_tdomain_register(&domain);
   return std::string(prefix) + ":" + socketPath;
 }
+
+MasterHandshake::MasterHandshake(Clock::time_point deadline) noexcept { handshake = Handshake{.deadline = deadline}; }
+MasterHandshake::~MasterHandshake() { handshake.reset(); }
+bool MasterHandshake::broken() const noexcept { return connection.broken; }
 
 }  // namespace host

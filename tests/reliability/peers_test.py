@@ -7,6 +7,7 @@ usage: PTPSNMPD=/path/to/ptpsnmpd peers_test.py [unittest options]
 
 import contextlib
 import os
+import re
 import select
 import signal
 import socket
@@ -21,11 +22,12 @@ sys.path.insert(0, str(Path(__file__).parent.parent / "end_to_end"))
 from clock_model import PTPBASE  # noqa: E402
 from fake_service_test import FakeService  # noqa: E402
 from harness import Process, Snmpd, daemon_program, free_udp_port, run_tests, scratch_folder, wait_for  # noqa: E402
-from snmp_client import GET, GETBULK, Response, ask, reading, udp_socket  # noqa: E402
+from snmp_client import GET, GETBULK, GETNEXT, Response, ask, reading, udp_socket  # noqa: E402
 
 TABLES = ".".join(map(str, PTPBASE))
 PRIORITY1 = (*PTPBASE, 1, 2, 3, 1, 6, 0, 2, 1)
 SNMP_IN_PKTS = (1, 3, 6, 1, 2, 1, 11, 1, 0)
+SANITIZED = os.environ.get("PTPSNMPD_SANITIZED") == "1"
 MUCH = 500  # requests
 FLOOD = 4000  # requests
 ENDLESS = 1 << 26  # bytes
@@ -113,15 +115,53 @@ class Connections(unittest.TestCase):
                 for _ in range(50):
                     self.assertIsNotNone(ask(connection, reading(GETBULK, [PTPBASE], 1000), SILENCE))
 
-    def test_connections_that_only_stay_leave_room_for_others(self):
+    def test_connections_that_only_stay_leave_room_for_others_and_cost_none_that_asks(self):
         with self.daemon("prlimit", "--nofile=64") as (port, path), contextlib.ExitStack() as stack:
+            asking = [stack.enter_context(self.connect(port, path, kind)) for kind in ("tcp", "unix")]
             for _ in range(50):
                 for kind in ("tcp", "unix"):
                     stack.enter_context(self.connect(port, path, kind))
+                for connection in asking:
+                    self.assertIsNotNone(ask(connection, reading(GET, [PRIORITY1]), SILENCE))
             self.assert_served(port)
             for kind in ("tcp", "unix"):
                 with self.connect(port, path, kind) as connection:
                     self.assertIsNotNone(ask(connection, reading(GET, [PRIORITY1]), SILENCE))
+
+
+    def test_the_daemon_removes_its_own_socket_at_the_end_and_no_file_that_a_peer_is_named_after(self):
+        with scratch_folder() as place, contextlib.chdir(place):
+            victim = place / "victim"
+            victim.touch()
+            name = f"left{victim}"  # a path, too, from here on
+            Path(name).parent.mkdir(parents=True)
+            with self.daemon() as (port, path), socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as connection:
+                connection.bind(name)
+                connection.connect(str(path))
+                connection.settimeout(SILENCE)
+                self.assertIsNotNone(ask(connection, reading(GET, [PRIORITY1]), SILENCE))
+                self.assertEqual(self.process.stop(), 0)
+                self.assertTrue(victim.exists())
+                self.assertFalse(path.exists())
+
+    def test_connections_that_end_before_their_answer_is_read_cost_no_memory(self):
+        """A sanitizer tells what was lost when the daemon ends."""
+        def connections(kind, count, port, path):
+            for _ in range(count):
+                with self.connect(port, path, kind) as connection:
+                    connection.sendall(reading(GET, [PRIORITY1]).message)
+                    connection.recv(1)
+        for kind in ("tcp", "unix"):
+            with self.subTest(kind), self.daemon() as (port, path):
+                connections(kind, 1000, port, path)
+                before = self.heap_kilobytes()
+                connections(kind, 4000, port, path)
+                if not SANITIZED:
+                    self.assertLess(self.heap_kilobytes() - before, 200)
+
+    def heap_kilobytes(self):
+        rollup = Path(f"/proc/{self.process.process_id}/smaps_rollup").read_text()
+        return int(re.search(r"^Anonymous:\s+(\d+)", rollup, re.MULTILINE)[1])
 
 
 OPEN, REGISTER, PING, AGENTX_RESPONSE = 1, 3, 13, 18
@@ -265,6 +305,55 @@ class FloodingMaster(OddMaster):
         connection.settimeout(0.1)
 
 
+class FloodingAtOpenMaster(OddMaster):
+    """Asks without a pause instead of giving a session, and reads."""
+
+    def _respond(self, connection, pdu, order):
+        if pdu[1] != OPEN:
+            return super()._respond(connection, pdu, order)
+        connection.settimeout(SILENCE)
+        with contextlib.suppress(BrokenPipeError, ConnectionResetError):
+            while not self._stop.is_set():
+                connection.sendall(get_bulk(NETWORK_ORDER, 1, 1) * 50)  # never is there nothing to read
+                if select.select([connection], [], [], 0)[0] and not connection.recv(1 << 20):
+                    break
+        self.ended.set()
+        return False
+
+
+class FullMaster(OddMaster):
+    """Answers the first ping, and before that lets as many connect as it takes, so that no more can."""
+
+    def __init__(self, path, answer):
+        super().__init__(path, answer)
+        self.full, self._waiting = threading.Event(), contextlib.ExitStack()
+
+    def __enter__(self):
+        super().__enter__()
+        self._listening.listen(0)
+        return self
+
+    def __exit__(self, *arguments):
+        super().__exit__(*arguments)
+        self._waiting.close()
+
+    def _accept(self):
+        while not self._stop.is_set() and len(self._threads) < 2:
+            with contextlib.suppress(TimeoutError):
+                connection, _ = self._listening.accept()
+                connection.settimeout(0.1)
+                self._threads.append(threading.Thread(target=self._serve, args=(connection,)))
+        while len(self._threads) == 2 and not self.full.is_set():
+            one_more = self._waiting.enter_context(socket.socket(socket.AF_UNIX, socket.SOCK_STREAM))
+            one_more.setblocking(False)
+            try:
+                one_more.connect(self._path)
+            except BlockingIOError:
+                self.full.set()
+        if self.full.is_set():
+            self._threads[1].start()
+
+
 class OddMasters(unittest.TestCase):
     def beside(self, answer, until, odd_master=OddMaster):
         """The daemon beside such a master, until it has been heard; then beside a true one, where all is well."""
@@ -285,6 +374,12 @@ class OddMasters(unittest.TestCase):
                     with Snmpd(folder, "master agentx", f"agentXSocket {master_socket}") as master:
                         wait_for("rows", lambda: master.snmp.walk(TABLES))
                         self.assertEqual(sub_agent.stop(), 0)
+
+    def test_a_master_that_asks_without_a_pause_instead_of_giving_a_session_costs_the_time_of_the_fault(self):
+        self.beside(answer_at_once, lambda master: master.ended.is_set(), FloodingAtOpenMaster)
+
+    def test_a_master_that_lets_nobody_connect_any_more_costs_the_time_of_the_fault(self):
+        self.beside(answer_at_once, lambda master: master.full.is_set() and PING in master.heard, FullMaster)
 
     def test_answers_that_come_too_late_cost_the_time_of_the_fault(self):
         """Lost: what is asked through that master."""
@@ -354,6 +449,25 @@ class OddMasters(unittest.TestCase):
             with self.subTest(name):
                 self.beside(answer_at_once, lambda master: master.done.is_set(),
                             lambda path, answer, request=request: AskingMaster(path, answer, request))
+
+
+class TrueMaster(unittest.TestCase):
+    def test_a_request_of_any_length_that_it_passes_on_leaves_the_connection(self):
+        """An AgentX request is some six times as long as the SNMP request."""
+        with scratch_folder() as folder:
+            master_socket = folder / "agentx"
+            with Snmpd(folder, "master agentx", f"agentXSocket {master_socket}") as master, \
+                    Process(folder, "ptpsnmpd", [daemon_program(), "--agentx", master_socket, "--source", "demo",
+                                                 "--trace", "Snmp/off"]) as sub_agent, \
+                    udp_socket(master.port) as asking:
+                wait_for("rows", lambda: master.snmp.walk(TABLES))
+                for kind, count, name in ((GETNEXT, 1500, PTPBASE), (GETNEXT, 4600, PTPBASE), (GET, 3000, PRIORITY1)):
+                    with self.subTest(kind=kind, count=count):
+                        request = reading(kind, [name] * count)
+                        self.assertLess(len(request.message), 65507)
+                        ask(asking, request, SILENCE)  # too big an answer is none
+                        self.assertIsNotNone(ask(asking, reading(GET, [PRIORITY1]), SILENCE))
+                        self.assertNotIn("closed", sub_agent.output())
 
 
 if __name__ == "__main__":
