@@ -4,6 +4,7 @@ import contextlib
 import ctypes
 import os
 import random
+import shutil
 import statistics
 import sys
 from pathlib import Path
@@ -15,6 +16,7 @@ from snmp_walk import GET, GETNEXT, Client
 
 OURS = "1.3.6.1.2.1.241.1.2"
 FLOOR = "1.3.6.1.4.1.8072.9999.9999"
+FLOOR_ARCS = (9999, 9998, 9996)  # of copies
 SCRIPT = "1.3.6.1.4.1.8072.9999.9997"
 IF_TABLE = "1.3.6.1.2.1.2.2"
 
@@ -126,8 +128,32 @@ def summary(results, base):
     return lines
 
 
-def floor_module():
-    return Path(daemon_program()).parent.parent / "bench" / "floor.so"
+def floor_lines(folder, ports, copies=1):
+    """What loads it into snmpd, and its copies, each with memory and a place among snmpd's tables of its own."""
+    module = Path(daemon_program()).parent.parent / "bench" / "floor.so"
+    for arc in FLOOR_ARCS[:copies]:
+        copy = Path(folder) / f"floor-{arc}.so"
+        shutil.copy(module, copy)
+        yield f"dlmod floor {copy}"
+        yield f"floorTables {ports} {arc}"
+
+
+def floors(name, client, processes, ports, copies=1):
+    return [Contender(f"{name} {copy}" if copies > 1 else name, client, processes, f"{FLOOR.rpartition('.')[0]}.{arc}",
+                      OTHER_COLUMNS, ports) for copy, arc in enumerate(FLOOR_ARCS[:copies], 1)]
+
+
+def averaged(results, name):
+    """The results with the mean of the floor's copies as the floor, and the first copy by itself: the floor beside the
+    floor shows what the place of the memory does."""
+    copies = [f"{name} {copy}" for copy in range(1, len(FLOOR_ARCS) + 1)]
+    together = {}
+    for each, value in results.items():
+        if each == copies[0]:
+            together |= {name: statistics.mean(results[copy] for copy in copies), f"one {name}": value}
+        elif each not in copies:
+            together[each] = value
+    return together
 
 
 def replay_in(folder, ports):
@@ -144,13 +170,13 @@ def stay(*processes):
 
 
 @contextlib.contextmanager
-def side_by_side(folder, ports, script=False, namespace=None):
-    """A stock snmpd with ours and the floor in it; also with the script, and in a namespace, whose interfaces are its
-    ifTable, where told."""
+def side_by_side(folder, ports, script=False, namespace=None, copies=1):
+    """A stock snmpd with ours and the floor in it, or some copies of that; also with the script, and in a namespace,
+    whose interfaces are its ifTable, where told."""
     folder = Path(folder) / f"snmpd-{ports}-{script}"
     folder.mkdir()
     lines = [f"dlmod ptpsnmp {loader_file()}", f"ptpSource replay:{replay_in(folder, ports)}", "ptpTrace Snmp/off",
-             f"dlmod floor {floor_module()}", f"floorRows {ports}"]
+             *floor_lines(folder, ports, copies)]
     if script:
         lines.append(f"pass_persist .{SCRIPT} {sys.executable} {Path(__file__).with_name('pass_persist.py')} "
                      f"{SCRIPT} {ports}")
@@ -160,7 +186,7 @@ def side_by_side(folder, ports, script=False, namespace=None):
         client = stack.enter_context(Client(snmpd.port))
         processes = [snmpd.process_id]
         contenders = [Contender("ptpsnmp", client, processes, OURS, OUR_COLUMNS, ports),
-                      Contender("floor", client, processes, FLOOR, OTHER_COLUMNS, ports)]
+                      *floors("floor", client, processes, ports, copies)]
         for contender in contenders:
             wait_for(f"{ports} rows of {contender.name}", contender.ready)
         if namespace is not None:
@@ -184,7 +210,7 @@ def alone(folder, ports):
 
 
 @contextlib.contextmanager
-def over_agentx(folder, ports):
+def over_agentx(folder, ports, copies=1):
     """The daemon and, for the floor, a second snmpd as sub-agents of one. Theirs is the master's time, too.
 
     All share one processor: to wake one another on another processor for each varbind costs twice as much, and now more,
@@ -193,7 +219,8 @@ def over_agentx(folder, ports):
     for each in (master_folder, floor_folder):
         each.mkdir()
     socket = master_folder / "agentx"
-    (floor_folder / "snmpd.conf").write_text(f"agentXSocket {socket}\ndlmod floor {floor_module()}\nfloorRows {ports}\n")
+    (floor_folder / "snmpd.conf").write_text(
+        "\n".join([f"agentXSocket {socket}", *floor_lines(floor_folder, ports, copies), ""]))
     with contextlib.ExitStack() as stack:
         master = stack.enter_context(Snmpd(master_folder, "master agentx", f"agentXSocket {socket}"))
         daemon = stack.enter_context(Process(folder, "ptpsnmpd", [
@@ -205,7 +232,7 @@ def over_agentx(folder, ports):
         client = stack.enter_context(Client(master.port))
         contenders = [
             Contender("ptpsnmp over AgentX", client, [master.process_id, daemon.process_id], OURS, OUR_COLUMNS, ports),
-            Contender("floor over AgentX", client, [master.process_id, floor.process_id], FLOOR, OTHER_COLUMNS, ports)]
+            *floors("floor over AgentX", client, [master.process_id, floor.process_id], ports, copies)]
         for contender in contenders:
             wait_for(f"{ports} rows of {contender.name}", contender.ready)
         stay(master, daemon, floor)

@@ -166,7 +166,8 @@ Measured by `bench/run` on {datetime.date.today()}, in {results['seconds']} s: {
 
 Compare ratios, not times. Contenders take turns every {results['ports']:,} varbinds, so that what else the machine does \
 falls on all of them. Where their memory comes to lie makes the one or the other some percent faster for as long as they \
-run; so they are started {results['starts']['walks']} times for the walks, {results['starts']['hosts']} times for the hosts and \
+run; so for the walks and the hosts the floor stands in three copies, *floor* being their mean and *one floor* the first \
+of them, and all are started {results['starts']['walks']} times for the walks, {results['starts']['hosts']} times for the hosts and \
 {results['starts']['scale']} times for the scale, a round each. A figure is the median of the rounds; in brackets \
 stands the middle half of them. CPU time is the scheduler's count for the agent's processes, to the nanosecond; the client \
 is not in it.

@@ -2,9 +2,10 @@
 // the index and as many columns as the port tables of PTPBASE-MIB have, all columns integers, over one sorted array.
 //
 //     dlmod floor .../floor.so
-//     floorRows 1000
+//     floorTables 1000 9999
 //
-// A context is a pointer to a row: nothing is allocated, counted or traced.
+// registers them with 1,000 rows below 1.3.6.1.4.1.8072.9999.9999. A copy of the file is loaded as another floor. A
+// context is a pointer to a row: nothing is allocated, counted or traced.
 #include "NetSnmp.h"
 
 #include <algorithm>
@@ -81,8 +82,8 @@ int handle(netsnmp_mib_handler*, netsnmp_handler_registration*, netsnmp_agent_re
   return SNMP_ERR_NOERROR;
 }
 
-void registerTable(const char* name, oid lastArc, unsigned columns) {
-  const oid root[] = {1, 3, 6, 1, 4, 1, 8072, 9999, 9999, lastArc};
+void registerTable(const char* name, oid arc, oid lastArc, unsigned columns) {
+  const oid root[] = {1, 3, 6, 1, 4, 1, 8072, 9999, arc, lastArc};
   auto* const table = SNMP_MALLOC_TYPEDEF(netsnmp_table_registration_info);
   for (const u_char type : indexTypes) netsnmp_table_helper_add_index(table, type);
   table->min_column = firstColumn;
@@ -97,21 +98,22 @@ void registerTable(const char* name, oid lastArc, unsigned columns) {
       netsnmp_create_handler_registration(name, handle, root, OID_LENGTH(root), HANDLER_CAN_RONLY), iterator);
 }
 
-void readRows(const char*, char* line) {
-  rows.assign(std::strtoul(line, nullptr, 10), Row{});
+// Numbers of rows and of the arc. With the last arc and the number of columns of ptpbaseClockPortTable, ...PortDSTable
+// and ...PortRunningTable.
+void readTables(const char*, char* line) {
+  char* next = line;
+  rows.assign(std::strtoul(line, &next, 10), Row{});
   unsigned port = 0;
   for (Row& row : rows) {
     row.index = {0, 2, 1, ++port};
     for (unsigned column = 0; column < mostColumns; ++column) row.values[column] = static_cast<int>(column);
   }
+  const oid arc = std::strtoul(next, nullptr, 10);
+  registerTable("floorPortTable", arc, 7, 4);
+  registerTable("floorPortDSTable", arc, 8, 11);
+  registerTable("floorPortRunningTable", arc, 9, 10);
 }
 
 }  // namespace
 
-// With the last arc and the number of columns of ptpbaseClockPortTable, ...PortDSTable and ...PortRunningTable.
-void init_floor(void) {
-  snmpd_register_config_handler("floorRows", readRows, nullptr, "NUMBER");
-  registerTable("floorPortTable", 7, 4);
-  registerTable("floorPortDSTable", 8, 11);
-  registerTable("floorPortRunningTable", 9, 10);
-}
+void init_floor(void) { snmpd_register_config_handler("floorTables", readTables, nullptr, "ROWS ARC"); }
