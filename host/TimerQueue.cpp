@@ -35,8 +35,9 @@ void TimerQueue::expire(const std::function<void(const Callback&)>& call) {
   const Clock::time_point now = Clock::now();
   while (!times_.empty() && times_.begin()->first <= now) {
     Timer& timer = *times_.begin()->second;
-    times_.erase(timer.place_);
-    timer.place_ = timer.period_.count() > 0 ? times_.emplace(now + timer.period_, &timer) : times_.end();
+    auto place = times_.extract(timer.place_);
+    place.key() = now + timer.period_;
+    timer.place_ = timer.period_.count() > 0 ? times_.insert(std::move(place)) : times_.end();
     const Callback callback = timer.callback_;  // it may end the timer
     call(callback);
   }

@@ -32,6 +32,7 @@ constexpr int turnsOfAPing = 20;  // of the period, until another ping is tried
 constexpr int turnsOfARest = 10;
 constexpr int engineTimeoutSeconds = 1;
 constexpr auto connectTime = 3s;
+constexpr auto shortTime = 100ms;  // after which the status should be followed for a while
 constexpr int closePduType = 2;    // RFC 2741, 6.1
 constexpr int reasonShutdown = 5;  // RFC 2741, 6.2.2
 
@@ -131,19 +132,18 @@ void AgentXLink::answered() {
 
 void AgentXLink::connect() {
   const auto began = std::chrono::steady_clock::now();
-  const MasterHandshake handshake(began + connectTime);
+  const MasterHandshake handshake(connectTime, std::chrono::seconds(engineTimeoutSeconds));
   const bool open = subagent_open_master_session() == 0;
   const Refusals refusals;
   if (open) register_mib_reattach();
-  const bool late = std::chrono::steady_clock::now() - began >= std::chrono::seconds(engineTimeoutSeconds);
-  const bool broken = handshake.broken();
-  if (open && refusals.any() && !broken) {
-    return refused("they are served already, by another sub-agent or a module in it");
+  if (handshake.late()) return refused("it answers too late");
+  if (handshake.broken()) {
+    if (open) leave();
+    if (std::chrono::steady_clock::now() - began > shortTime) turnsToRest_ = turnsOfARest;
+    return away("the connection was closed");
   }
-  if (late) return refused("it answers too late");
-  if (open && broken) leave();
-  if (broken) return away("the connection was closed");
   if (!open) return away("it refuses a session");
+  if (refusals.any()) return refused("they are served already, by another sub-agent or a module in it");
   connected_ = true;
   saidAway_ = saidRefused_ = false;
   spdlog::info("serving through the SNMP agent at {}", socketPath_);

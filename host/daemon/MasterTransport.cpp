@@ -25,7 +25,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr char prefix[] = "ptpsnmpd-master";
 const oid noOthersName[] = {0, 0};
-constexpr std::size_t longestMessage = 1 << 20;
+constexpr std::size_t largestMessage = 1 << 16;  // that the library parses
+constexpr std::size_t longestMessage = 1 << 20;  // that is passed over
 constexpr std::chrono::seconds sendTime(1);
 
 // RFC 2741, 6.1: a header of 20 bytes, whose last four say how many follow, in the order of bytes that a flag tells.
@@ -33,14 +34,33 @@ constexpr std::size_t headerBytes = 20;
 constexpr unsigned char version1 = 1;
 constexpr unsigned char responseType = 18;
 constexpr unsigned char networkOrder = 0x10;
+constexpr unsigned tooBig = 1;
 constexpr unsigned processingError = 268;
 using Header = std::array<unsigned char, headerBytes>;
+using Response = std::array<unsigned char, headerBytes + 8>;
 
-std::size_t messageLength(const unsigned char* header) noexcept {
+std::size_t number(const unsigned char* header, unsigned at) noexcept {
   const bool fromHigh = (header[2] & networkOrder) != 0;
-  std::size_t payload = 0;
-  for (unsigned i = 0; i < 4; ++i) payload = payload << 8 | header[fromHigh ? 16 + i : 19 - i];
-  return headerBytes + payload;
+  std::size_t value = 0;
+  for (unsigned i = 0; i < 4; ++i) value = value << 8 | header[fromHigh ? at + i : at + 3 - i];
+  return value;
+}
+
+std::size_t messageLength(const unsigned char* header) noexcept { return headerBytes + number(header, 16); }
+std::size_t packetId(const unsigned char* header) noexcept { return number(header, 12); }
+
+// RFC 2741, 6.2.16: the time is 0, then come the error and its index.
+Response refusal(const Header& request, unsigned error) noexcept {
+  const bool fromHigh = (request[2] & networkOrder) != 0;
+  Response response{};
+  std::ranges::copy(request, response.begin());
+  response[1] = responseType;
+  response[2] &= networkOrder;
+  std::fill_n(response.begin() + 16, 4, 0);
+  response[fromHigh ? 19 : 16] = 8;
+  response[fromHigh ? 24 : 25] = static_cast<unsigned char>(error >> 8);
+  response[fromHigh ? 25 : 24] = static_cast<unsigned char>(error);
+  return response;
 }
 
 // How far the message is that comes in.
@@ -60,13 +80,16 @@ class Message {
     if (length_ == 0) std::copy_n(from, count, header_.begin() + static_cast<std::ptrdiff_t>(received_));
     received_ += count;
     if (length_ == 0 && received_ == headerBytes) length_ = messageLength(header_.data());
-    if (received_ == length_) *this = Message();
   }
+
+  bool whole() const noexcept { return length_ != 0 && received_ == length_; }
+  std::size_t length() const noexcept { return length_; }  ///< 0 as long as it is not known
+  const Header& header() const noexcept { return header_; }
 
  private:
   Header header_{};
   std::size_t received_ = 0;
-  std::size_t length_ = 0;  // 0 as long as the header is not whole
+  std::size_t length_ = 0;
 };
 
 struct Connection {
@@ -76,8 +99,12 @@ struct Connection {
 
 struct Handshake {
   Clock::time_point deadline;
-  Header asked{};  // what the library waits for the answer to
-  bool refused = true;
+  Clock::duration answerTime;
+  Header asked{};  // by the library, which waits for the answer
+  Clock::time_point askedAt = Clock::now();
+  bool late = false;
+
+  bool lateNow() const { return late || Clock::now() - askedAt >= answerTime; }
 };
 
 Connection connection;
@@ -129,50 +156,53 @@ std::size_t receiveWhole(int socket, unsigned char* bytes, std::size_t size) {
   return length <= size && receiveAll(socket, bytes + headerBytes, length - headerBytes) ? length : 0;
 }
 
-// RFC 2741, 6.2.16: the time is 0, then come the error and its index.
-std::size_t refuse(unsigned char* bytes) {
-  const bool fromHigh = (handshake->asked[2] & networkOrder) != 0;
-  std::array<unsigned char, headerBytes + 8> response{};
-  std::ranges::copy(handshake->asked, response.begin());
-  response[1] = responseType;
-  response[2] &= networkOrder;
-  std::fill_n(response.begin() + 16, 4, 0);
-  response[fromHigh ? 19 : 16] = 8;
-  response[fromHigh ? 24 : 25] = processingError >> 8;
-  response[fromHigh ? 25 : 24] = processingError & 0xff;
-  std::ranges::copy(response, bytes);
-  handshake->refused = true;
-  return response.size();
-}
-
 int receiveNothingYet(netsnmp_transport& transport) {
   transport.flags |= NETSNMP_TRANSPORT_FLAG_EMPTY_PKT;  // else it would be the end
   return 0;
 }
 
+// The library only looks at the number, and would take a request of the master's for the answer.
+bool passesForAnswer(const unsigned char* message) {
+  return message[1] != responseType && packetId(message) == packetId(handshake->asked.data());
+}
+
 int receiveInHandshake(netsnmp_transport& transport, unsigned char* bytes, std::size_t size) {
   if (!connection.broken) {
-    if (const std::size_t length = receiveWhole(transport.sock, bytes, size); length > 0)
-      return static_cast<int>(length);
+    const std::size_t length = receiveWhole(transport.sock, bytes, size);
+    if (length > 0 && !passesForAnswer(bytes)) return static_cast<int>(length);
     breakOff(transport.sock);
   }
-  return handshake->refused ? receiveNothingYet(transport) : static_cast<int>(refuse(bytes));
+  const Response response = refusal(handshake->asked, processingError);
+  std::ranges::copy(response, bytes);
+  return static_cast<int>(response.size());
+}
+
+bool tooLong(std::size_t length) {
+  if (length <= longestMessage) return false;
+  static bool said = false;
+  spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
+              "the AgentX master sends a message of {} bytes, {} are taken: the connection is closed; said once",
+              length, longestMessage);
+  return true;
 }
 
 int receivePart(netsnmp_transport& transport, unsigned char* bytes, std::size_t size) {
-  if (connection.broken) return 0;
-  const std::size_t missing = connection.message.missing(transport.sock);
-  if (missing > longestMessage) {
-    static bool said = false;
-    spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
-                "the AgentX master sends a message of {} bytes, {} are taken: the connection is closed; said once",
-                missing, longestMessage);
-    return 0;
-  }
+  Message& message = connection.message;
+  const std::size_t missing = message.missing(transport.sock);
+  const bool headerInPieces = message.length() == 0;  // which the library then has
+  if (connection.broken || tooLong(message.length())) return 0;
   const ssize_t received = recv(transport.sock, bytes, std::min(missing, size), MSG_DONTWAIT);
   if (received < 0) return worthWaiting() ? receiveNothingYet(transport) : -1;
-  connection.message.received(bytes, static_cast<std::size_t>(received));
-  return static_cast<int>(received);
+  message.received(bytes, static_cast<std::size_t>(received));
+  const Message now = message;
+  if (message.whole()) message = Message();
+  if (received == 0 || now.length() <= largestMessage) return static_cast<int>(received);
+  if (headerInPieces) return 0;
+  if (now.whole() && now.header()[1] != responseType) {
+    const Response response = refusal(now.header(), tooBig);
+    if (!sendAll(transport.sock, response.data(), response.size())) breakOff(transport.sock);
+  }
+  return receiveNothingYet(transport);
 }
 
 // What the library calls: only exhausted memory could throw there, and ends the process.
@@ -188,8 +218,9 @@ int sendMessage(netsnmp_transport* transport, const void* message, int size, voi
   if (!handshake) return size;
   if (connection.broken) return -1;
   if (bytes[1] != responseType) {
+    handshake->late = handshake->lateNow();
     std::copy_n(bytes, headerBytes, handshake->asked.begin());
-    handshake->refused = false;
+    handshake->askedAt = Clock::now();
   }
   return size;
 }
@@ -221,7 +252,6 @@ netsnmp_transport* connectToMaster(netsnmp_tdomain_spec* spec) noexcept {
   transport->f_recv = receiveMessage;
   transport->f_send = sendMessage;
   transport->f_close = closeConnection;
-  connection = Connection();
   return transport;
 }
 
@@ -241,8 +271,12 @@ std::string guardedMasterAddress(const std::string& socketPath) {
   return std::string(prefix) + ":" + socketPath;
 }
 
-MasterHandshake::MasterHandshake(Clock::time_point deadline) noexcept { handshake = Handshake{.deadline = deadline}; }
+MasterHandshake::MasterHandshake(Clock::duration time, Clock::duration answerTime) noexcept {
+  handshake = Handshake{.deadline = Clock::now() + time, .answerTime = answerTime};
+  connection = Connection();
+}
 MasterHandshake::~MasterHandshake() { handshake.reset(); }
 bool MasterHandshake::broken() const noexcept { return connection.broken; }
+bool MasterHandshake::late() const noexcept { return handshake->lateNow(); }
 
 }  // namespace host

@@ -7,24 +7,30 @@ namespace host {
 
 /// The address by which the library connects to the AgentX master at a Unix socket, in our own way; for one connection
 /// at a time. The library's own way waits without end for a master that does not accept or read, and keeps what comes
-/// in faster than it is worked out until nothing goes on any more. Here nothing waits for the connection; an answer
-/// that the master does not take within a second ends it, and so does a message of over 1 MiB: one SNMP request with
-/// as many names as fit becomes half of that. One message is received at a time.
+/// in faster than it is worked out until nothing goes on any more. Here nothing waits for the connection, and an
+/// answer that the master does not take within a second ends it. One message is received at a time. The library parses
+/// 64 KiB; what is longer is answered with tooBig: the master would wait for the answer in vain, and take the sub-agent
+/// for dead. It comes from an SNMP request of many names, which becomes six times as long. Over 1 MiB is none, and ends
+/// the connection.
 /// REQUIRES fitsUnixAddress(socketPath).
 std::string guardedMasterAddress(const std::string& socketPath);
 
-/// As long as it lives, the library is asking the master and waits for its answers, which must end: by the deadline, or
-/// when a message is none, the connection breaks off. The library must not learn of that where it waits, since it would
-/// free the very list that it is walking through; so what it asks is refused, in place of the master. One at a time.
+/// While it lives, the library asks the master, and waits for each answer. When the time is over, or where what comes
+/// in is no message, the connection breaks off, and what the library asks is refused in the master's place: told of the
+/// end while it waits, it would free the list that it is walking through.
+/// REQUIRES that there is no other handshake, and no connection yet.
 class MasterHandshake {
  public:
-  explicit MasterHandshake(std::chrono::steady_clock::time_point deadline) noexcept;
+  /// `answerTime`: for how long the library waits for one answer.
+  MasterHandshake(std::chrono::steady_clock::duration time, std::chrono::steady_clock::duration answerTime) noexcept;
   MasterHandshake(const MasterHandshake&) = delete;
   MasterHandshake& operator=(const MasterHandshake&) = delete;
   ~MasterHandshake();
 
   /// Whether the connection has broken off. The session is to be closed then.
   bool broken() const noexcept;
+  /// Whether the library waited for an answer in vain.
+  bool late() const noexcept;
 };
 
 }  // namespace host

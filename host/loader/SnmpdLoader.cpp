@@ -3,7 +3,7 @@
 //     dlmod ptpsnmp /usr/lib/.../snmp/dlmod/ptpsnmp.so
 //     ptpSource ptp4l
 //
-// Everything runs on snmpd's own thread, from its own descriptors and alarms.
+// Everything runs on snmpd's own thread, as its external descriptors.
 
 #include "NetSnmp.h"
 
