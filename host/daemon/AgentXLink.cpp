@@ -32,7 +32,7 @@ constexpr int turnsOfAPing = 20;  // of the period, until another ping is tried
 constexpr int turnsOfARest = 10;
 constexpr int engineTimeoutSeconds = 1;
 constexpr auto connectTime = 3s;
-constexpr auto shortTime = 100ms;  // after which the status should be followed for a while
+constexpr auto shortTime = 500ms;  // after which the status is followed for a while before the next try
 constexpr int closePduType = 2;    // RFC 2741, 6.1
 constexpr int reasonShutdown = 5;  // RFC 2741, 6.2.2
 
@@ -96,7 +96,7 @@ void AgentXLink::leave() {
 }
 
 void AgentXLink::watch() {
-  if (main_session != nullptr || (turnsToRest_ > 0 && --turnsToRest_ > 0)) return;
+  if ((turnsToRest_ > 0 && --turnsToRest_ > 0) || main_session != nullptr) return;
   if (std::exchange(connected_, false)) away("the connection was closed");
   if (ping_ >= 0 && ++unansweredTurns_ < turnsOfAPing) {
     if (unansweredTurns_ > 1) away("no answer");
@@ -136,10 +136,10 @@ void AgentXLink::connect() {
   const bool open = subagent_open_master_session() == 0;
   const Refusals refusals;
   if (open) register_mib_reattach();
+  if (std::chrono::steady_clock::now() - began > shortTime) turnsToRest_ = turnsOfARest;
   if (handshake.late()) return refused("it answers too late");
   if (handshake.broken()) {
     if (open) leave();
-    if (std::chrono::steady_clock::now() - began > shortTime) turnsToRest_ = turnsOfARest;
     return away("the connection was closed");
   }
   if (!open) return away("it refuses a session");

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <new>
 #include <optional>
+#include <span>
 #include <utility>
 
 #include "UnixAddress.h"
@@ -25,7 +26,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr char prefix[] = "ptpsnmpd-master";
 const oid noOthersName[] = {0, 0};
-constexpr std::size_t largestMessage = 1 << 16;  // that the library parses
+constexpr std::size_t largestMessage = 1 << 16;  // that the library parses, here and in the master
 constexpr std::size_t longestMessage = 1 << 20;  // that is passed over
 constexpr std::chrono::seconds sendTime(1);
 
@@ -194,15 +195,23 @@ int receivePart(netsnmp_transport& transport, unsigned char* bytes, std::size_t 
   const ssize_t received = recv(transport.sock, bytes, std::min(missing, size), MSG_DONTWAIT);
   if (received < 0) return worthWaiting() ? receiveNothingYet(transport) : -1;
   message.received(bytes, static_cast<std::size_t>(received));
-  const Message now = message;
+  const Message current = message;
   if (message.whole()) message = Message();
-  if (received == 0 || now.length() <= largestMessage) return static_cast<int>(received);
-  if (headerInPieces) return 0;
-  if (now.whole() && now.header()[1] != responseType) {
-    const Response response = refusal(now.header(), tooBig);
+  if (received == 0 || current.length() <= largestMessage) return static_cast<int>(received);
+  if (headerInPieces) return 0;  // the library would take what follows for the rest of it
+  if (current.whole() && current.header()[1] != responseType) {
+    const Response response = refusal(current.header(), tooBig);
     if (!sendAll(transport.sock, response.data(), response.size())) breakOff(transport.sock);
   }
   return receiveNothingYet(transport);
+}
+
+// What is sent in place of a message that the master could not parse either: it waits for an answer.
+std::optional<Response> refusalInstead(const unsigned char* bytes, std::size_t size) {
+  if (size <= largestMessage || bytes[1] != responseType) return std::nullopt;
+  Header header;
+  std::copy_n(bytes, headerBytes, header.begin());
+  return refusal(header, tooBig);
 }
 
 // What the library calls: only exhausted memory could throw there, and ends the process.
@@ -211,7 +220,10 @@ int receivePart(netsnmp_transport& transport, unsigned char* bytes, std::size_t 
 // reads next.
 int sendMessage(netsnmp_transport* transport, const void* message, int size, void**, int*) noexcept {
   const auto* const bytes = static_cast<const unsigned char*>(message);
-  if (!connection.broken && !sendAll(transport->sock, bytes, static_cast<std::size_t>(size))) {
+  const auto length = static_cast<std::size_t>(size);
+  const std::optional<Response> instead = refusalInstead(bytes, length);
+  const std::span<const unsigned char> sent = instead ? std::span(*instead) : std::span(bytes, length);
+  if (!connection.broken && !sendAll(transport->sock, sent.data(), sent.size())) {
     spdlog::debug("the AgentX master does not read what it is sent, or has gone: the connection is closed");
     breakOff(transport->sock);
   }
@@ -277,6 +289,6 @@ MasterHandshake::MasterHandshake(Clock::duration time, Clock::duration answerTim
 }
 MasterHandshake::~MasterHandshake() { handshake.reset(); }
 bool MasterHandshake::broken() const noexcept { return connection.broken; }
-bool MasterHandshake::late() const noexcept { return handshake->lateNow(); }
+bool MasterHandshake::late() const noexcept { return handshake->lateNow() || Clock::now() >= handshake->deadline; }
 
 }  // namespace host

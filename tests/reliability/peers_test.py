@@ -472,7 +472,8 @@ class TrueMaster(unittest.TestCase):
                                                  "--trace", "Snmp/off"]) as sub_agent, \
                     udp_socket(master.port) as asking:
                 wait_for("rows", lambda: master.snmp.walk(TABLES))
-                for kind, count, name in ((GETNEXT, 1500, PTPBASE), (GETNEXT, 4600, PTPBASE), (GET, 3000, PRIORITY1)):
+                for kind, count, name in ((GETNEXT, 1500, PTPBASE), (GETNEXT, 4600, PTPBASE), (GET, 1300, PRIORITY1),
+                                          (GET, 3000, PRIORITY1)):
                     with self.subTest(kind=kind, count=count):
                         request = reading(kind, [name] * count)
                         self.assertLess(len(request.message), 65507)
