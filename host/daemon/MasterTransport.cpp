@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
@@ -17,6 +16,7 @@
 #include <span>
 #include <utility>
 
+#include "AgentXMessage.h"
 #include "UnixAddress.h"
 
 namespace host {
@@ -29,79 +29,18 @@ const oid noOthersName[] = {0, 0};
 constexpr std::size_t largestMessage = 1 << 16;  // that the library parses, here and in the master
 constexpr std::size_t longestMessage = 1 << 20;  // that is passed over
 constexpr std::chrono::seconds sendTime(1);
-
-// RFC 2741, 6.1: a header of 20 bytes, whose last four say how many follow, in the order of bytes that a flag tells.
-constexpr std::size_t headerBytes = 20;
-constexpr unsigned char version1 = 1;
-constexpr unsigned char responseType = 18;
-constexpr unsigned char networkOrder = 0x10;
 constexpr unsigned tooBig = 1;
 constexpr unsigned processingError = 268;
-using Header = std::array<unsigned char, headerBytes>;
-using Response = std::array<unsigned char, headerBytes + 8>;
-
-std::size_t number(const unsigned char* header, unsigned at) noexcept {
-  const bool fromHigh = (header[2] & networkOrder) != 0;
-  std::size_t value = 0;
-  for (unsigned i = 0; i < 4; ++i) value = value << 8 | header[fromHigh ? at + i : at + 3 - i];
-  return value;
-}
-
-std::size_t messageLength(const unsigned char* header) noexcept { return headerBytes + number(header, 16); }
-std::size_t packetId(const unsigned char* header) noexcept { return number(header, 12); }
-
-// RFC 2741, 6.2.16: the time is 0, then come the error and its index.
-Response refusal(const Header& request, unsigned error) noexcept {
-  const bool fromHigh = (request[2] & networkOrder) != 0;
-  Response response{};
-  std::ranges::copy(request, response.begin());
-  response[1] = responseType;
-  response[2] &= networkOrder;
-  std::fill_n(response.begin() + 16, 4, 0);
-  response[fromHigh ? 19 : 16] = 8;
-  response[fromHigh ? 24 : 25] = static_cast<unsigned char>(error >> 8);
-  response[fromHigh ? 25 : 24] = static_cast<unsigned char>(error);
-  return response;
-}
-
-// How far the message is that comes in.
-class Message {
- public:
-  /// How many bytes may be read without those of the next message.
-  std::size_t missing(int socket) {
-    if (received_ == 0 &&
-        recv(socket, header_.data(), header_.size(), MSG_PEEK | MSG_DONTWAIT) == ssize_t{headerBytes}) {
-      length_ = messageLength(header_.data());
-    }
-    return (length_ == 0 ? headerBytes : length_) - received_;
-  }
-
-  void received(const void* bytes, std::size_t count) {
-    const auto* const from = static_cast<const unsigned char*>(bytes);
-    if (length_ == 0) std::copy_n(from, count, header_.begin() + static_cast<std::ptrdiff_t>(received_));
-    received_ += count;
-    if (length_ == 0 && received_ == headerBytes) length_ = messageLength(header_.data());
-  }
-
-  bool whole() const noexcept { return length_ != 0 && received_ == length_; }
-  std::size_t length() const noexcept { return length_; }  ///< 0 as long as it is not known
-  const Header& header() const noexcept { return header_; }
-
- private:
-  Header header_{};
-  std::size_t received_ = 0;
-  std::size_t length_ = 0;
-};
 
 struct Connection {
-  Message message;
+  AgentXMessage message;
   bool broken = false;
 };
 
 struct Handshake {
   Clock::time_point deadline;
   Clock::duration answerTime;
-  Header asked{};  // by the library, which waits for the answer
+  AgentXHeader asked{};  // by the library, which waits for the answer
   Clock::time_point askedAt = Clock::now();
   bool late = false;
 
@@ -152,9 +91,9 @@ bool receiveAll(int socket, unsigned char* bytes, std::size_t size) {
 
 // 0 where there is none.
 std::size_t receiveWhole(int socket, unsigned char* bytes, std::size_t size) {
-  if (size < headerBytes || !receiveAll(socket, bytes, headerBytes) || bytes[0] != version1) return 0;
-  const std::size_t length = messageLength(bytes);
-  return length <= size && receiveAll(socket, bytes + headerBytes, length - headerBytes) ? length : 0;
+  if (size < agentXHeaderBytes || !receiveAll(socket, bytes, agentXHeaderBytes) || bytes[0] != agentXVersion1) return 0;
+  const std::size_t length = agentXLength(bytes);
+  return length <= size && receiveAll(socket, bytes + agentXHeaderBytes, length - agentXHeaderBytes) ? length : 0;
 }
 
 int receiveNothingYet(netsnmp_transport& transport) {
@@ -164,7 +103,7 @@ int receiveNothingYet(netsnmp_transport& transport) {
 
 // The library only looks at the number, and would take a request of the master's for the answer.
 bool passesForAnswer(const unsigned char* message) {
-  return message[1] != responseType && packetId(message) == packetId(handshake->asked.data());
+  return message[1] != agentXResponseType && agentXPacketId(message) == agentXPacketId(handshake->asked.data());
 }
 
 int receiveInHandshake(netsnmp_transport& transport, unsigned char* bytes, std::size_t size) {
@@ -173,7 +112,7 @@ int receiveInHandshake(netsnmp_transport& transport, unsigned char* bytes, std::
     if (length > 0 && !passesForAnswer(bytes)) return static_cast<int>(length);
     breakOff(transport.sock);
   }
-  const Response response = refusal(handshake->asked, processingError);
+  const AgentXResponse response = agentXRefusal(handshake->asked, processingError);
   std::ranges::copy(response, bytes);
   return static_cast<int>(response.size());
 }
@@ -188,30 +127,30 @@ bool tooLong(std::size_t length) {
 }
 
 int receivePart(netsnmp_transport& transport, unsigned char* bytes, std::size_t size) {
-  Message& message = connection.message;
+  AgentXMessage& message = connection.message;
   const std::size_t missing = message.missing(transport.sock);
   const bool headerInPieces = message.length() == 0;  // which the library then has
   if (connection.broken || tooLong(message.length())) return 0;
   const ssize_t received = recv(transport.sock, bytes, std::min(missing, size), MSG_DONTWAIT);
   if (received < 0) return worthWaiting() ? receiveNothingYet(transport) : -1;
   message.received(bytes, static_cast<std::size_t>(received));
-  const Message current = message;
-  if (message.whole()) message = Message();
+  const AgentXMessage current = message;
+  if (message.whole()) message = AgentXMessage();
   if (received == 0 || current.length() <= largestMessage) return static_cast<int>(received);
   if (headerInPieces) return 0;  // the library would take what follows for the rest of it
-  if (current.whole() && current.header()[1] != responseType) {
-    const Response response = refusal(current.header(), tooBig);
+  if (current.whole() && current.header()[1] != agentXResponseType) {
+    const AgentXResponse response = agentXRefusal(current.header(), tooBig);
     if (!sendAll(transport.sock, response.data(), response.size())) breakOff(transport.sock);
   }
   return receiveNothingYet(transport);
 }
 
 // What is sent in place of a message that the master could not parse either: it waits for an answer.
-std::optional<Response> refusalInstead(const unsigned char* bytes, std::size_t size) {
-  if (size <= largestMessage || bytes[1] != responseType) return std::nullopt;
-  Header header;
-  std::copy_n(bytes, headerBytes, header.begin());
-  return refusal(header, tooBig);
+std::optional<AgentXResponse> refusalInstead(const unsigned char* bytes, std::size_t size) {
+  if (size <= largestMessage || bytes[1] != agentXResponseType) return std::nullopt;
+  AgentXHeader header;
+  std::copy_n(bytes, agentXHeaderBytes, header.begin());
+  return agentXRefusal(header, tooBig);
 }
 
 // What the library calls: only exhausted memory could throw there, and ends the process.
@@ -221,7 +160,7 @@ std::optional<Response> refusalInstead(const unsigned char* bytes, std::size_t s
 int sendMessage(netsnmp_transport* transport, const void* message, int size, void**, int*) noexcept {
   const auto* const bytes = static_cast<const unsigned char*>(message);
   const auto length = static_cast<std::size_t>(size);
-  const std::optional<Response> instead = refusalInstead(bytes, length);
+  const std::optional<AgentXResponse> instead = refusalInstead(bytes, length);
   const std::span<const unsigned char> sent = instead ? std::span(*instead) : std::span(bytes, length);
   if (!connection.broken && !sendAll(transport->sock, sent.data(), sent.size())) {
     spdlog::debug("the AgentX master does not read what it is sent, or has gone: the connection is closed");
@@ -229,9 +168,9 @@ int sendMessage(netsnmp_transport* transport, const void* message, int size, voi
   }
   if (!handshake) return size;
   if (connection.broken) return -1;
-  if (bytes[1] != responseType) {
+  if (bytes[1] != agentXResponseType) {
     handshake->late = handshake->lateNow();
-    std::copy_n(bytes, headerBytes, handshake->asked.begin());
+    std::copy_n(bytes, agentXHeaderBytes, handshake->asked.begin());
     handshake->askedAt = Clock::now();
   }
   return size;

@@ -26,13 +26,12 @@ constexpr int mostUnanswered = 1 << 17;   // twice the largest message
 
 struct ListenerFunctions {
   int (*accept)(netsnmp_transport*);
+  int (*receive)(netsnmp_transport*, void*, int, void**, int*);
   int (*close)(netsnmp_transport*);
 };
-using Receive = int (*)(netsnmp_transport*, void*, int, void**, int*);
 
 // The library's own, by transport domain. It copies the listener, functions and all, for each connection.
 std::map<const oid*, ListenerFunctions> libraryFunctions;
-std::map<const oid*, Receive> libraryReceive;
 
 std::list<int> connections;     // the one that was sent something last comes last
 std::map<int, int> unanswered;  // bytes that a connection brought since it was last sent something
@@ -79,8 +78,8 @@ int receiveSome(netsnmp_transport* transport, void* message, int size, void** op
     transport->flags |= NETSNMP_TRANSPORT_FLAG_EMPTY_PKT;  // else it would be the end
     return 0;
   }
-  const Receive receive = libraryReceive.at(transport->domain);
-  const int received = receive(transport, message, std::min(size, receivedAtOnce), opaque, opaqueLength);
+  const ListenerFunctions& library = libraryFunctions.at(transport->domain);
+  const int received = library.receive(transport, message, std::min(size, receivedAtOnce), opaque, opaqueLength);
   if (received <= 0 || (unanswered[transport->sock] += received) <= mostUnanswered) return received;
   static bool said = false;
   spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
@@ -132,8 +131,8 @@ int closeEither(netsnmp_transport* transport) noexcept {
 void guardListener(netsnmp_transport& listener) {
   const oid* const guarded[] = {netsnmp_snmpTCPDomain, netsnmp_TCPIPv6Domain, netsnmp_UnixDomain};
   if (std::ranges::find(guarded, listener.domain) == std::end(guarded)) return;
-  libraryFunctions.try_emplace(listener.domain, ListenerFunctions{listener.f_accept, listener.f_close});
-  libraryReceive.try_emplace(listener.domain, listener.f_recv);
+  libraryFunctions.try_emplace(listener.domain,
+                               ListenerFunctions{listener.f_accept, listener.f_recv, listener.f_close});
   listener.f_accept = acceptOne;
   listener.f_recv = receiveSome;
   listener.f_send = sendAtOnce;
