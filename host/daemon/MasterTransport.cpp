@@ -16,24 +16,22 @@
 #include <span>
 #include <utility>
 
-#include "AgentXMessage.h"
+#include "AgentXInbox.h"
 #include "UnixAddress.h"
 
 namespace host {
 namespace {
 
+using namespace gate;
 using Clock = std::chrono::steady_clock;
 
 constexpr char prefix[] = "ptpsnmpd-master";
 const oid noOthersName[] = {0, 0};
-constexpr std::size_t largestMessage = 1 << 16;  // that the library parses, here and in the master
 constexpr std::size_t longestMessage = 1 << 20;  // that is passed over
 constexpr std::chrono::seconds sendTime(1);
-constexpr unsigned tooBig = 1;
-constexpr unsigned processingError = 268;
 
 struct Connection {
-  AgentXMessage message;
+  AgentXInbox inbox;
   bool broken = false;
 };
 
@@ -89,11 +87,18 @@ bool receiveAll(int socket, unsigned char* bytes, std::size_t size) {
   return true;
 }
 
-// 0 where there is none.
+AgentXHeader headerOf(const unsigned char* message) {
+  AgentXHeader header;
+  std::copy_n(message, header.size(), header.begin());
+  return header;
+}
+
+// 0 where there is none that may pass.
 std::size_t receiveWhole(int socket, unsigned char* bytes, std::size_t size) {
-  if (size < agentXHeaderBytes || !receiveAll(socket, bytes, agentXHeaderBytes) || bytes[0] != agentXVersion1) return 0;
-  const std::size_t length = agentXLength(bytes);
-  return length <= size && receiveAll(socket, bytes + agentXHeaderBytes, length - agentXHeaderBytes) ? length : 0;
+  if (size < agentXHeaderOctets || !receiveAll(socket, bytes, agentXHeaderOctets)) return 0;
+  const std::size_t length = agentXLength(headerOf(bytes));
+  if (length > size || !receiveAll(socket, bytes + agentXHeaderOctets, length - agentXHeaderOctets)) return 0;
+  return gate::isAgentXMessage({bytes, length}) ? length : 0;
 }
 
 int receiveNothingYet(netsnmp_transport& transport) {
@@ -102,17 +107,17 @@ int receiveNothingYet(netsnmp_transport& transport) {
 }
 
 // The library only looks at the number, and would take a request of the master's for the answer.
-bool passesForAnswer(const unsigned char* message) {
-  return message[1] != agentXResponseType && agentXPacketId(message) == agentXPacketId(handshake->asked.data());
+bool passesForAnswer(const AgentXHeader& header) {
+  return !isAgentXResponse(header) && agentXPacketId(header) == agentXPacketId(handshake->asked);
 }
 
 int receiveInHandshake(netsnmp_transport& transport, unsigned char* bytes, std::size_t size) {
   if (!connection.broken) {
     const std::size_t length = receiveWhole(transport.sock, bytes, size);
-    if (length > 0 && !passesForAnswer(bytes)) return static_cast<int>(length);
+    if (length > 0 && !passesForAnswer(headerOf(bytes))) return static_cast<int>(length);
     breakOff(transport.sock);
   }
-  const AgentXResponse response = agentXRefusal(handshake->asked, processingError);
+  const AgentXResponse response = agentXRefusal(handshake->asked, AgentXError::processingError);
   std::ranges::copy(response, bytes);
   return static_cast<int>(response.size());
 }
@@ -126,31 +131,67 @@ bool tooLong(std::size_t length) {
   return true;
 }
 
-int receivePart(netsnmp_transport& transport, unsigned char* bytes, std::size_t size) {
-  AgentXMessage& message = connection.message;
-  const std::size_t missing = message.missing(transport.sock);
-  const bool headerInPieces = message.length() == 0;  // which the library then has
-  if (connection.broken || tooLong(message.length())) return 0;
-  const ssize_t received = recv(transport.sock, bytes, std::min(missing, size), MSG_DONTWAIT);
-  if (received < 0) return worthWaiting() ? receiveNothingYet(transport) : -1;
-  message.received(bytes, static_cast<std::size_t>(received));
-  const AgentXMessage current = message;
-  if (message.whole()) message = AgentXMessage();
-  if (received == 0 || current.length() <= largestMessage) return static_cast<int>(received);
-  if (headerInPieces) return 0;  // the library would take what follows for the rest of it
-  if (current.whole() && current.header()[1] != agentXResponseType) {
-    const AgentXResponse response = agentXRefusal(current.header(), tooBig);
-    if (!sendAll(transport.sock, response.data(), response.size())) breakOff(transport.sock);
+void refuse(int socket, const AgentXHeader& header, AgentXError error, std::uint8_t index = 0) {
+  if (isAgentXResponse(header)) return;
+  const AgentXResponse response = agentXRefusal(header, error, index);
+  if (!sendAll(socket, response.data(), response.size())) breakOff(socket);
+}
+
+// Answers in the library's place what it shall not see. It would keep each TestSet until its CleanupSet, which a master
+// need not send; nothing can be set here, so that no other step of a set can follow.
+bool answeredHere(int socket, const AgentXHeader& header) {
+  switch (header[1]) {
+    case agentXTestSetType: refuse(socket, header, AgentXError::notWritable, 1); return true;
+    case agentXCommitSetType:
+    case agentXUndoSetType: refuse(socket, header, AgentXError::processingError); return true;
+    case agentXCleanupSetType: return true;  // which is not answered: RFC 2741, 7.2.4.4
+    default: return false;
+  }
+}
+
+void sayMalformed() {
+  static bool said = false;
+  spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
+              "the AgentX master sends a message that is not well-formed: it is refused; said once");
+}
+
+// Takes a whole message to the library, or away from it.
+int pass(netsnmp_transport& transport, const AgentXInbox& inbox, unsigned char* bytes, std::size_t size) {
+  const AgentXHeader header = inbox.header();
+  if (inbox.length() > std::min(size, AgentXInbox::largestMessage)) {
+    refuse(transport.sock, header, AgentXError::tooBig);
+  } else if (!gate::isAgentXMessage(inbox.message())) {
+    sayMalformed();
+    refuse(transport.sock, header, AgentXError::parseError);
+  } else if (!answeredHere(transport.sock, header)) {
+    std::ranges::copy(inbox.message(), bytes);
+    return static_cast<int>(inbox.length());
   }
   return receiveNothingYet(transport);
 }
 
-// What is sent in place of a message that the master could not parse either: it waits for an answer.
+int receiveMessage(netsnmp_transport& transport, unsigned char* bytes, std::size_t size) {
+  AgentXInbox& inbox = connection.inbox;
+  for (std::size_t taken = 0; !inbox.whole() && taken < AgentXInbox::largestMessage;) {
+    if (connection.broken || tooLong(inbox.length())) return 0;
+    const std::span<std::uint8_t> room = inbox.room();
+    const ssize_t received = recv(transport.sock, room.data(), room.size(), MSG_DONTWAIT);
+    if (received < 0) return worthWaiting() ? receiveNothingYet(transport) : -1;
+    if (received == 0) return 0;
+    inbox.received(static_cast<std::size_t>(received));
+    taken += static_cast<std::size_t>(received);
+  }
+  if (!inbox.whole()) return receiveNothingYet(transport);
+  const int length = pass(transport, inbox, bytes, size);
+  inbox.clear();
+  return length;
+}
+
+// A message that the master could not parse either is replaced: it waits for an answer.
 std::optional<AgentXResponse> refusalInstead(const unsigned char* bytes, std::size_t size) {
-  if (size <= largestMessage || bytes[1] != agentXResponseType) return std::nullopt;
-  AgentXHeader header;
-  std::copy_n(bytes, agentXHeaderBytes, header.begin());
-  return agentXRefusal(header, tooBig);
+  const AgentXHeader header = headerOf(bytes);
+  if (size <= AgentXInbox::largestMessage || !isAgentXResponse(header)) return std::nullopt;
+  return agentXRefusal(header, AgentXError::tooBig);
 }
 
 // What the library calls: only exhausted memory could throw there, and ends the process.
@@ -168,16 +209,16 @@ int sendMessage(netsnmp_transport* transport, const void* message, int size, voi
   }
   if (!handshake) return size;
   if (connection.broken) return -1;
-  if (bytes[1] != agentXResponseType) {
+  if (const AgentXHeader header = headerOf(bytes); !isAgentXResponse(header)) {
     handshake->late = handshake->lateNow();
-    std::copy_n(bytes, agentXHeaderBytes, handshake->asked.begin());
+    handshake->asked = header;
     handshake->askedAt = Clock::now();
   }
   return size;
 }
 
-int receiveMessage(netsnmp_transport* transport, void* bytes, int size, void**, int*) noexcept {
-  const auto receive = handshake ? receiveInHandshake : receivePart;
+int receive(netsnmp_transport* transport, void* bytes, int size, void**, int*) noexcept {
+  const auto receive = handshake ? receiveInHandshake : receiveMessage;
   return receive(*transport, static_cast<unsigned char*>(bytes), static_cast<std::size_t>(size));
 }
 
@@ -200,7 +241,7 @@ netsnmp_transport* connectToMaster(netsnmp_tdomain_spec* spec) noexcept {
   transport->sock = socket;
   transport->flags = NETSNMP_TRANSPORT_FLAG_STREAM;
   transport->msgMaxSize = SNMP_MAX_PACKET_LEN;
-  transport->f_recv = receiveMessage;
+  transport->f_recv = receive;
   transport->f_send = sendMessage;
   transport->f_close = closeConnection;
   return transport;

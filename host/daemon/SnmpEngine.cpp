@@ -17,7 +17,7 @@
 #include <utility>
 
 #include "EngineIdentity.h"
-#include "StreamTransport.h"
+#include "Listener.h"
 
 // The agent's own MIB modules that a manager expects of any agent. Their headers are not installed.
 extern "C" {
@@ -122,16 +122,6 @@ void requireReadableConfiguration(const std::string& configFile) {
 }
 
 bool isNone(const std::string& address) { return strncasecmp(address.c_str(), "none", 4) == 0; }
-
-void listenOn(const std::string& address) {
-  errno = 0;
-  netsnmp_transport* const transport = netsnmp_transport_open_server("snmp", address.c_str());
-  if (transport != nullptr) guardListener(*transport);
-  if (transport == nullptr || netsnmp_register_agent_nsap(transport) < 0) {
-    const char* const reason = errno != 0 ? std::strerror(errno) : "no such address";
-    throw std::runtime_error(fmt::format("cannot listen on {}: {}", address, reason));
-  }
-}
 
 }  // namespace
 

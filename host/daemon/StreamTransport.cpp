@@ -20,9 +20,10 @@ namespace host {
 namespace {
 
 constexpr std::size_t maxConnections = 32;
-constexpr int sendBufferBytes = 1 << 18;  // several of the largest answers
-constexpr int receivedAtOnce = 1500;      // what a datagram would bring
-constexpr int mostUnanswered = 1 << 17;   // twice the largest message
+constexpr int sendBufferBytes = 1 << 18;
+constexpr std::size_t largestAnswer = 1 << 17;  // which the buffer has room for, with what the kernel adds
+constexpr int receivedAtOnce = 1500;            // what a datagram would bring
+constexpr int mostUnanswered = 1 << 17;         // twice the largest message
 
 struct ListenerFunctions {
   int (*accept)(netsnmp_transport*);
@@ -133,6 +134,7 @@ void guardListener(netsnmp_transport& listener) {
   if (std::ranges::find(guarded, listener.domain) == std::end(guarded)) return;
   libraryFunctions.try_emplace(listener.domain,
                                ListenerFunctions{listener.f_accept, listener.f_recv, listener.f_close});
+  listener.msgMaxSize = largestAnswer;
   listener.f_accept = acceptOne;
   listener.f_recv = receiveSome;
   listener.f_send = sendAtOnce;
