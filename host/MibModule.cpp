@@ -9,6 +9,7 @@
 
 #include "BuildInfo.h"
 #include "Snmp/HandlerRegistration.h"
+#include "WorkBound.h"
 #include "Zarn/StateDatabase.h"
 #include "Zarn/TypeRegistry.h"
 
@@ -65,6 +66,7 @@ MibModule::MibModule(const std::string& file, const Kestor::Ptr<Ptp::Status>& st
 
   for (Snmp::HandlerRegistration* registration : Snmp::handlerRegistrations())
     registration->initHandler(defaultContext);
+  boundWorkOfTables();
 }
 
 MibModule::~MibModule() {

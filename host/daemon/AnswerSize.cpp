@@ -16,6 +16,7 @@ constexpr long unlimited = SNMP_MAX_PACKET_LEN;
 struct Current {
   long limit;  // in octets, of the answer
   bool isBulk;
+  bool hasTooManyNames;
 };
 std::optional<Current> current;
 
@@ -126,15 +127,23 @@ bool buildTooBig(Message& message, netsnmp_pdu& pdu) {
   return message.build();
 }
 
+// Frees all names but the first.
+bool cutNames(netsnmp_pdu& request) {
+  if (static_cast<std::size_t>(count_varbinds(request.variables)) <= mostNames) return false;
+  snmp_free_varbind(std::exchange(request.variables->next_variable, nullptr));
+  return true;
+}
+
 bool isAnswer(const netsnmp_pdu& pdu) { return pdu.command == SNMP_MSG_RESPONSE; }
 
 // False where the message cannot be written, or the library is to make tooBig of it.
 bool write(Message& message, netsnmp_session& session, netsnmp_pdu& pdu) {
   if (isAnswer(pdu) && pdu.errstat == SNMP_ERR_TOOBIG) return buildTooBig(message, pdu);
   if (!message.build()) return false;
-  if (message.fits() || !isAnswer(pdu)) return true;
+  const bool tooManyNames = current && current->hasTooManyNames;
+  if (!isAnswer(pdu) || (message.fits() && !tooManyNames)) return true;
   if (pdu.errstat != SNMP_ERR_NOERROR) return buildTooBig(message, pdu);
-  if (current && current->isBulk) return buildFewer(message, pdu);
+  if (current && current->isBulk && !tooManyNames) return buildFewer(message, pdu);
   session.s_snmp_errno = SNMPERR_TOO_LONG;
   return false;
 }
@@ -142,7 +151,9 @@ bool write(Message& message, netsnmp_session& session, netsnmp_pdu& pdu) {
 }  // namespace
 
 AnsweredRequest::AnsweredRequest(const netsnmp_session& session, netsnmp_pdu& request) noexcept {
-  current = Current{.limit = limitOf(session, request), .isBulk = request.command == SNMP_MSG_GETBULK};
+  current = Current{.limit = limitOf(session, request),
+                    .isBulk = request.command == SNMP_MSG_GETBULK,
+                    .hasTooManyNames = cutNames(request)};
   request.msgMaxSize = unlimited;
 }
 

@@ -10,8 +10,12 @@ namespace host {
 // The library's own way to make an answer smaller writes over the end of its buffer (SNMPv3), or leaves varbinds out of
 // an answer to a GetNext; an answer that exceeds a datagram it sends nevertheless, and nobody gets it.
 
+/// No answer to so many names could fit: the shortest cell takes 21 octets.
+inline constexpr std::size_t mostNames = 3000;
+
 /// While it lives, the library works out the answer to this request. The library is told of no limit; buildAnswer keeps
-/// to that of the request and of the transport.
+/// to that of the request and of the transport. Of more than mostNames names the library is given the first alone, by
+/// which it can see who may ask, and the answer is tooBig.
 class AnsweredRequest {
  public:
   /// REQUIRES that there is no other.
