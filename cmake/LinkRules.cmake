@@ -2,6 +2,9 @@
 # between the layers point down only; a forbidden one is noticed here and not at the next change of the platform.
 function(ptp_links_only target)
   get_target_property(linked ${target} LINK_LIBRARIES)
+  if(NOT linked)
+    return()
+  endif()
   foreach(library IN LISTS linked)
     if(NOT library IN_LIST ARGN)
       list(JOIN ARGN ", " allowed)

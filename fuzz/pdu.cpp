@@ -1,5 +1,5 @@
-// Whole SNMP packets to the agent library, with the tables of a transparent clock registered. The first byte says
-// whether the input is a packet or the plan of one.
+// Whole SNMP packets to the daemon's engine, behind its gate, with the tables of a transparent clock registered. The
+// first byte says whether the input is a packet or the plan of one.
 #include <netinet/in.h>
 
 #include "NetSnmp.h"
@@ -11,7 +11,12 @@
 
 #include "Device.h"
 #include "Fuzzer.h"
+#include "Listener.h"
+#include "Names.h"
+#include "SnmpMessages.h"
 #include "TestAgent.h"
+#include "Version3.h"
+#include "WorkBound.h"
 #include "Zarn/Trace.h"
 
 // Of the library, which declares it in its private headers.
@@ -20,10 +25,10 @@ extern "C" u_char* snmp_comstr_parse(u_char* data, size_t* length, u_char* commu
 
 namespace {
 
-using Bytes = std::vector<u_char>;
-using Oid = std::vector<oid>;
+using namespace test::snmp;
 
 constexpr int largestMessage = 65507;
+constexpr unsigned long mostRows = 250;  // so little that packets exceed it
 
 /// The wire between the agent and its one manager.
 struct Wire {
@@ -45,9 +50,11 @@ int receive(netsnmp_transport*, void* buffer, int size, void** opaque, int* opaq
 
 int send(netsnmp_transport*, const void* buffer, int size, void**, int*) {
   const auto* const bytes = static_cast<const u_char*>(buffer);
-  wire.reply.emplace(bytes, bytes + size);
+  if (size > 0) wire.reply.emplace(bytes, bytes + size);
   return size;
 }
+
+int close(netsnmp_transport*) { return 0; }
 
 // The name of the agent's own manager, for whom the library asks no /etc/hosts.allow. The library frees it.
 char* addressText(netsnmp_transport*, const void*, int) { return strdup("callback"); }
@@ -65,8 +72,11 @@ class Agent {
     transport->msgMaxSize = largestMessage;
     transport->f_recv = receive;
     transport->f_send = send;
+    transport->f_close = close;
     transport->f_fmtaddr = addressText;
-    fuzz::require(netsnmp_register_agent_nsap(transport) > 0, "the agent takes the transport");
+    fuzz::createUsers();
+    host::boundWorkOfTables(mostRows);
+    fuzz::require(host::serveOn(*transport), "the agent takes the transport");
     test::populateTransparentClock(device_);
   }
 
@@ -141,76 +151,62 @@ void requireProperties(const Bytes& request, const Bytes& reply) {
   if (asked->command == SNMP_MSG_GET || asked->command == SNMP_MSG_GETNEXT) requireNames(*asked, *answer);
 }
 
-// The encoding (ASN.1 BER) by hand, so that it can be wrong.
-
-Bytes tlv(u_char tag, const Bytes& content) {
-  Bytes bytes = {tag, 0x82, static_cast<u_char>(content.size() >> 8), static_cast<u_char>(content.size())};
-  bytes.insert(bytes.end(), content.begin(), content.end());
-  return bytes;
-}
-Bytes integer(u_char value) { return tlv(ASN_INTEGER, {0, value}); }
-
-Bytes objectIdentifier(const Oid& id) {
-  Bytes content = {static_cast<u_char>(id[0] * 40 + id[1])};
-  for (std::size_t i = 2; i < id.size(); ++i) {
-    for (unsigned shift = 28; shift > 0; shift -= 7) {
-      if (id[i] >> shift != 0) content.push_back(static_cast<u_char>(0x80 | (id[i] >> shift & 0x7f)));
-    }
-    content.push_back(static_cast<u_char>(id[i] & 0x7f));
-  }
-  return tlv(ASN_OBJECT_ID, content);
-}
-
-Bytes operator+(Bytes left, const Bytes& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
-
-// A name in or about the tables: often a whole one, of a column and a row that exist.
-Oid drawName(fuzz::ByteSource& input) {
-  Oid name = {1, 3, 6, 1, 2, 1, 241};
-  const unsigned group = 1 + input.below(2);
-  const std::array<oid, 8> tail = {
-      1, group, 1 + input.below(group == 1 ? 2 : 10), 1, 1 + input.below(16), 7, input.oneIn(2) ? 3U : 1U, 1};
-  name.insert(name.end(), tail.begin(), tail.end());
-  if (input.oneIn(2)) name.push_back(input.oneIn(2) ? 300 : 1);
-  for (unsigned changes = input.below(4); changes > 0; --changes) {
-    switch (input.below(4)) {
-      case 0: name.push_back(input.byte()); break;
-      case 1: name.resize(7 + input.below(10), 1); break;
-      case 2: name[2 + input.byte() % (name.size() - 2)] = input.byte(); break;
-      default: name[2 + input.byte() % (name.size() - 2)] = input.number<std::uint32_t>(); break;
-    }
-  }
-  return name;
-}
-
 Bytes drawVarbind(fuzz::ByteSource& input, u_char command) {
-  const Bytes name = objectIdentifier(drawName(input));
-  if (command != SNMP_MSG_SET && !input.oneIn(16)) return tlv(0x30, name + tlv(ASN_NULL, {}));
-  static constexpr u_char types[] = {ASN_INTEGER, ASN_OCTET_STR, ASN_OBJECT_ID, ASN_UNSIGNED,
-                                     ASN_COUNTER, ASN_IPADDRESS, ASN_TIMETICKS, ASN_COUNTER64};
+  const Oid name = fuzz::drawName<Oid>(input);
+  if (command != SNMP_MSG_SET && !input.oneIn(16)) return varbind(name);
+  static constexpr u_char types[] = {ASN_INTEGER,   ASN_OCTET_STR, ASN_OBJECT_ID, ASN_UNSIGNED, ASN_COUNTER,
+                                     ASN_IPADDRESS, ASN_TIMETICKS, ASN_COUNTER64, ASN_OPAQUE};
   const u_char type = types[input.below(std::size(types))];
   const auto value = input.bytes(input.below(12));
-  return tlv(0x30, name + tlv(type, {value.begin(), value.end()}));
+  return varbind(name, tlv(type, {value.begin(), value.end()}));
 }
 
-Bytes drawPacket(fuzz::ByteSource& input) {
-  static constexpr u_char commands[] = {SNMP_MSG_GET, SNMP_MSG_GETNEXT, SNMP_MSG_GETBULK, SNMP_MSG_SET};
-  const u_char command = commands[input.below(std::size(commands))];
-  const u_char version = command != SNMP_MSG_GETBULK && input.oneIn(4) ? SNMP_VERSION_1 : SNMP_VERSION_2c;
-  const u_char first = command == SNMP_MSG_GETBULK ? static_cast<u_char>(input.below(4)) : u_char{0};
-  const u_char second = command == SNMP_MSG_GETBULK ? input.byte() : u_char{0};
+Bytes drawPdu(fuzz::ByteSource& input, u_char command, unsigned mostVarbinds) {
+  const bool isBulk = command == SNMP_MSG_GETBULK;
+  const unsigned first = isBulk ? input.below(4) : 0;
+  const unsigned second = isBulk ? input.byte() : 0;
   Bytes varbinds;
-  for (unsigned left = 1 + input.below(6); left > 0; --left) varbinds = varbinds + drawVarbind(input, command);
-  const Bytes pdu = tlv(command, integer(7) + integer(first) + integer(second) + tlv(0x30, varbinds));
-  const Bytes community = {'p', 'r', 'i', 'v', 'a', 't', 'e'};
-  Bytes packet = tlv(0x30, integer(version) + tlv(ASN_OCTET_STR, community) + pdu);
-  for (unsigned changes = input.oneIn(4) ? input.below(4) : 0; changes > 0; --changes) {
+  for (unsigned left = 1 + input.below(mostVarbinds); left > 0; --left)
+    varbinds = varbinds + drawVarbind(input, command);
+  return pdu(command, varbinds, first, second);
+}
+
+u_char drawCommand(fuzz::ByteSource& input) {
+  static constexpr u_char commands[] = {SNMP_MSG_GET, SNMP_MSG_GETNEXT, SNMP_MSG_GETBULK, SNMP_MSG_SET};
+  return commands[input.below(std::size(commands))];
+}
+
+void change(fuzz::ByteSource& input, Bytes& packet) {
+  for (unsigned changes = input.oneIn(4) ? input.below(4) : 0; changes > 0 && !packet.empty(); --changes) {
     const std::size_t place = input.number<std::uint16_t>() % packet.size();
     packet[place] = input.byte();
   }
+}
+
+Bytes drawPacket(fuzz::ByteSource& input) {
+  const u_char command = drawCommand(input);
+  const int version = command != SNMP_MSG_GETBULK && input.oneIn(4) ? SNMP_VERSION_1 : SNMP_VERSION_2c;
+  Bytes packet = message(drawPdu(input, command, 6), version, "private");
+  change(input, packet);
   return packet;
+}
+
+struct Version3Packet {
+  Bytes packet;
+  std::size_t maxSize;  ///< of an answer to it
+};
+
+// What is encrypted can be wrong, too.
+Version3Packet drawVersion3Packet(fuzz::ByteSource& input) {
+  const fuzz::User& user = fuzz::users[input.below(fuzz::users.size())];
+  const std::size_t maxSize = input.oneIn(4) ? largestMessage : 484 + input.number<std::uint16_t>() % 1024;
+  const std::string_view contextName = input.oneIn(8) ? "other" : "";
+  Bytes inside = scopedPdu(drawPdu(input, drawCommand(input), 40), contextName);
+  change(input, inside);
+  const Bytes packet = fuzz::secured(user, static_cast<std::int64_t>(maxSize), inside);
+  Bytes changed = packet;
+  change(input, changed);
+  return {changed, changed == packet ? maxSize : largestMessage};
 }
 
 }  // namespace
@@ -218,14 +214,23 @@ Bytes drawPacket(fuzz::ByteSource& input) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static auto* const agent = new Agent;  // as long as the process: the library is not made to start twice
   fuzz::ByteSource input(data, size);
+  const std::uint8_t kind = input.byte();
   Bytes request;
-  if (input.byte() == 'p') {
+  std::size_t maxSize = largestMessage;
+  if (kind == 'p') {
     const auto packet = input.rest();
     request.assign(packet.begin(), packet.end());
+  } else if (kind == '3') {
+    const Version3Packet drawn = drawVersion3Packet(input);
+    request = drawn.packet;
+    maxSize = drawn.maxSize;
   } else {
     request = drawPacket(input);
   }
   if (request.empty()) return 0;
-  if (const auto reply = agent->ask(request)) requireProperties(request, *reply);
+  const auto reply = agent->ask(request);
+  if (!reply) return 0;
+  fuzz::require(reply->size() <= maxSize, "a reply fits into a datagram, and into what its receiver takes");
+  requireProperties(request, *reply);
   return 0;
 }

@@ -47,6 +47,7 @@ class Meter {
   unsigned long walked_ = 0;                    // by it, when that cell began
 };
 Meter meter;
+unsigned long mostCost = mostRowsPerMessage;  // of one message
 
 /// A registered table. Its handler owns it.
 class BoundedTable {
@@ -66,7 +67,7 @@ class BoundedTable {
 // Whether the message has cost all that it may. The library keeps beside each message where the meter stood at first.
 bool isSpent(netsnmp_agent_request_info& message) {
   const auto* const atFirst = static_cast<unsigned long*>(netsnmp_agent_get_list_data(&message, handlerName));
-  if (atFirst != nullptr) return meter.cost() - *atFirst > mostRowsPerMessage;
+  if (atFirst != nullptr) return meter.cost() - *atFirst > mostCost;
   auto* const now = SNMP_MALLOC_TYPEDEF(unsigned long);
   if (now == nullptr) return true;
   *now = meter.cost();
@@ -121,7 +122,8 @@ void bound(netsnmp_handler_registration& registration) {
 
 }  // namespace
 
-void boundWorkOfTables() {
+void boundWorkOfTables(unsigned long mostRows) {
+  mostCost = mostRows;
   constexpr oid systemGroup = 1;
   constexpr oid clockGroup = 2;
   constexpr std::array<std::pair<oid, oid>, 2> tablesByGroup{{{systemGroup, 2}, {clockGroup, 10}}};

@@ -96,7 +96,14 @@ bool isServed(const netsnmp_transport& transport) {
   return !shared && std::ranges::find(domains, transport.domain) != domains.end();
 }
 
-netsnmp_session* serve(netsnmp_transport& transport) {
+[[noreturn]] void refuse(const std::string& address, const char* reason) {
+  throw std::runtime_error(fmt::format("cannot listen on {}: {}", address, reason));
+}
+
+}  // namespace
+
+bool serveOn(netsnmp_transport& transport) {
+  gateDeciphered();
   netsnmp_session session;
   snmp_sess_init(&session);
   session.version = SNMP_DEFAULT_VERSION;
@@ -105,17 +112,10 @@ netsnmp_session* serve(netsnmp_transport& transport) {
   session.isAuthoritative = SNMP_SESS_AUTHORITATIVE;
   session.rcvMsgMaxSize = gate::largestSnmpMessage;
   return snmp_add_full(&session, &transport, netsnmp_agent_check_packet, parse, netsnmp_agent_check_parse, nullptr,
-                       buildAnswer, messageLength, nullptr);
+                       buildAnswer, messageLength, nullptr) != nullptr;
 }
-
-[[noreturn]] void refuse(const std::string& address, const char* reason) {
-  throw std::runtime_error(fmt::format("cannot listen on {}: {}", address, reason));
-}
-
-}  // namespace
 
 void listenOn(const std::string& address) {
-  gateDeciphered();
   errno = 0;
   netsnmp_transport* const transport = netsnmp_transport_open_server("snmp", address.c_str());
   if (transport == nullptr) refuse(address, errno != 0 ? std::strerror(errno) : "no such address");
@@ -126,7 +126,7 @@ void listenOn(const std::string& address) {
   }
   guardDatagrams(*transport);
   guardListener(*transport);
-  if (serve(*transport) == nullptr) refuse(address, "the SNMP engine takes no more addresses");
+  if (!serveOn(*transport)) refuse(address, "the SNMP engine takes no more addresses");
 }
 
 }  // namespace host

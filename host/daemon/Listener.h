@@ -2,6 +2,8 @@
 
 #include <string>
 
+struct netsnmp_transport_s;
+
 namespace host {
 
 /// Serves SNMP at an address in net-snmp's transport syntax, until the engine ends. What comes in passes the gate
@@ -10,5 +12,8 @@ namespace host {
 /// naming address and reason, also where the transport is none of udp, udp6, tcp, tcp6 and unix: the gate stands before
 /// these.
 void listenOn(const std::string& address);
+
+/// Likewise on a transport that is open, of which it takes possession. False where the engine takes no more.
+bool serveOn(netsnmp_transport_s& transport);
 
 }  // namespace host
