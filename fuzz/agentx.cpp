@@ -29,7 +29,6 @@ using namespace host::gate;
 constexpr long agentXVersion1 = 0xc1;    // as the library numbers it
 constexpr unsigned long mostRows = 250;  // so little that messages exceed it
 constexpr std::uint8_t getType = 5;
-constexpr std::uint8_t getNextType = 6;
 constexpr std::uint8_t getBulkType = 7;
 
 Bytes asked;  // not read by the library yet
