@@ -121,6 +121,11 @@ class Machine(Process):
         enter = ["nsenter", f"--target={self._init()}", "--mount", "--uts", "--ipc", "--net", "--pid", "--root", "--wd"]
         return [*enter, "env", "-i", "PATH=/usr/sbin:/usr/bin:/sbin:/bin", "DEBIAN_FRONTEND=noninteractive", *arguments]
 
+    @property
+    def root(self):
+        """Where its file system lies out here, with all that is mounted in it."""
+        return f"/proc/{self._init()}/root"
+
     def run(self, *arguments):
         return command(*self.inside(*arguments), timeout=120)
 

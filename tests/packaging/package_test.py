@@ -8,31 +8,17 @@ of making one.
 """
 
 import contextlib
-import os
 import re
-import shutil
 import subprocess
 import unittest
-from pathlib import Path
 
-from debian_root import debian_root
-from harness import Failed, Snmp, command, free_udp_port, run_tests, scratch_folder, wait_for
-from packaging import SOURCE, skip, skip_unless_installed
+from harness import Failed, Snmp, command, free_udp_port, scratch_folder, wait_for
+from packaging import SOURCE
+from service import CONFIG, PORT_NAME, PTPBASE, ServiceTest, run_package_tests
 
-PTPBASE = "1.3.6.1.2.1.241"
-PORT_NAME = f"{PTPBASE}.1.2.9.1.5.0.2.1.1"  # of a boundary clock's port 1 in domain 0
-PORT_IF_INDEX = f"{PTPBASE}.1.2.9.1.8.0.2.1.1"
-CONFIG = "etc/snmp/ptpsnmpd.conf"
 DROP_IN = "etc/snmp/snmpd.conf.d/ptpsnmp.conf"
 RESTARTS, BACK_WITHIN = 50, 10  # seconds
 ENABLED = "etc/systemd/system/multi-user.target.wants/ptpsnmpd.service"
-
-
-def make_package():
-    given = os.environ.get("PTPSNMP_DEB")
-    if given:
-        return Path(given).resolve()
-    return Path(command(str(SOURCE / "scripts" / "make-package"), timeout=1500).split()[-1])
 
 
 @contextlib.contextmanager
@@ -121,68 +107,8 @@ class Debian(unittest.TestCase):
         self.assertIn("ptpsnmpd", self.root.run("getent", "passwd", "ptpsnmpd"))
 
 
-class Service(unittest.TestCase):
-    """With systemd, and a ptp4l to follow."""
-
-    @classmethod
-    def setUpClass(cls):
-        cls.root.install("systemd", "systemd-sysv", "procps", "iproute2", "linuxptp", "snmp", "snmpd", cls.package)
-        cls.root.run("apt-get", "-qy", "purge", "ptpsnmp")  # what it depends on stays: a booted system has no network
-
-    @contextlib.contextmanager
-    def in_service(self):
-        """A machine on which the package was installed, which is all that it takes."""
-        with scratch_folder() as folder, self.root.booted(folder) as machine:
-            package = self.root.path / "root" / self.package.name
-            shutil.copy(self.package, package)
-            machine.run("dpkg", "-i", f"/root/{self.package.name}")
-            try:
-                yield folder, machine
-            except BaseException:
-                print(machine.run("journalctl", "--no-pager", "--boot", "--unit", "ptpsnmpd", "--unit", "snmpd"))
-                raise
-            finally:
-                machine.run("dpkg", "--purge", "ptpsnmp")
-
-    def property(self, machine, name):
-        return machine.run("systemctl", "show", "--property", name, "--value", "ptpsnmpd").strip()
-
-    def override(self, machine, *lines):
-        """What `systemctl edit` does, until the machine ends."""
-        folder = "/run/systemd/system/ptpsnmpd.service.d"
-        machine.run("sh", "-ec", 'mkdir -p "$0"; printf "%s\\n" "$@" > "$0/override.conf"', folder, *lines)
-        machine.run("systemctl", "daemon-reload")
-
-    def wait_until_active(self, machine, but_not_pid="0"):
-        """The number of the daemon's process, once it told systemd that it is ready."""
-        def pid():
-            number = self.property(machine, "MainPID")
-            return number if self.property(machine, "ActiveState") == "active" and number != but_not_pid else None
-        return wait_for("the service is active", pid, seconds=60)
-
-    def test_it_follows_a_ptp4l_of_root(self):
-        with self.in_service() as (folder, machine):
-            self.wait_until_active(machine)
-            config = "[global]\ntime_stamping software\nfree_running 1\nnetwork_transport L2\n"
-            (self.root.path / "root" / "ptp4l.conf").write_text(config, encoding="utf-8")
-            machine.run("ip", "link", "add", "ptp0", "up", "type", "veth", "peer", "name", "ptp1")
-            machine.run("ip", "link", "set", "ptp1", "up")
-            with machine.process(folder, "ptp4l", "ptp4l", "-m", "-f", "/root/ptp4l.conf", "-i", "ptp0"):
-                read = ("snmpget", "-v2c", "-c", "public", "-Oqv", "127.0.0.1:1161", PORT_NAME)
-                wait_for("the port's row", lambda: "ptp0" in machine.run(*read))
-                index = machine.run(*read[:-1], PORT_IF_INDEX).strip()
-                self.assertEqual(index, machine.run("cat", "/sys/class/net/ptp0/ifindex").strip())
-
-    def test_it_has_one_capability_and_sees_no_secret(self):
-        with self.in_service() as (_, machine):
-            pid = self.wait_until_active(machine)
-            status = machine.run("cat", f"/proc/{pid}/status")
-            self.assertRegex(status, r"CapBnd:\s0{15}2\n")  # CAP_DAC_OVERRIDE
-            self.assertRegex(status, r"NoNewPrivs:\s1\n")
-            self.assertNotRegex(status, r"Uid:\s0")
-            shadow = machine.run("stat", "-L", "-c", "%F %a", f"/proc/{pid}/root/etc/shadow").strip()
-            self.assertEqual(shadow, "regular empty file 0")
-            self.assertEqual(machine.run("ls", "-A", f"/proc/{pid}/root/root/"), "")
+class Service(ServiceTest):
+    """With systemd. What it may see is the subject of sandbox_test.py."""
 
     def test_a_reload_does_not_interrupt_it(self):
         with self.in_service() as (_, machine):
@@ -217,7 +143,8 @@ class Service(unittest.TestCase):
         with self.in_service() as (folder, machine):
             self.edit(machine, f"/{DROP_IN}", ("#master", "master"))
             self.edit(machine, f"/{CONFIG}", ("ptpSource.*", "ptpSource demo"))
-            self.override(machine, "[Service]", "ExecStart=", "ExecStart=/usr/sbin/ptpsnmpd --agentx")
+            self.override(machine, "[Service]", "ExecStart=", "ExecStart=/usr/sbin/ptpsnmpd --agentx",
+                          "BindReadOnlyPaths=/var/agentx")
             machine.run("systemctl", "restart", "snmpd", "ptpsnmpd")
             shown = lambda: self.ask_snmpd(machine, PORT_NAME) == '"Ethernet1"'
             wait_for("a port's name", shown)
@@ -281,11 +208,4 @@ class Service(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    skip_unless_installed("dpkg-deb", "dpkg-shlibdeps", "lintian", "debootstrap", "unshare", "snmpbulkwalk",
-                          "systemd-nspawn", "nsenter")
-    if os.geteuid() != 0:
-        skip("a Debian system can be made by root only")
-    Package.package = Debian.package = Service.package = make_package()
-    with debian_root() as root:
-        Debian.root = Service.root = root
-        run_tests()
+    run_package_tests(Package, Debian, Service)

@@ -12,7 +12,7 @@ from harness import run_tests
 from packaging import build_folder, skip_unless_installed
 
 UNIT = build_folder() / "packaging" / "systemd" / "ptpsnmpd.service"
-MOST_EXPOSURE = 2.0
+MOST_EXPOSURE = 1.5
 
 
 class Unit(unittest.TestCase):
