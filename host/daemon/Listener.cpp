@@ -89,18 +89,18 @@ void gateDeciphered() {
   decipher = std::exchange(userBased->decode, decipherAndJudge);
 }
 
+[[noreturn]] void refuse(const std::string& address, const char* reason) {
+  throw std::runtime_error(fmt::format("cannot listen on {}: {}", address, reason));
+}
+
+}  // namespace
+
 bool isServed(const netsnmp_transport& transport) {
   static const std::array<const oid*, 5> domains{netsnmpUDPDomain, netsnmp_UDPIPv6Domain, netsnmp_snmpTCPDomain,
                                                  netsnmp_TCPIPv6Domain, netsnmp_UnixDomain};
   const bool shared = (transport.flags & NETSNMP_TRANSPORT_FLAG_SHARED) != 0;
   return !shared && std::ranges::find(domains, transport.domain) != domains.end();
 }
-
-[[noreturn]] void refuse(const std::string& address, const char* reason) {
-  throw std::runtime_error(fmt::format("cannot listen on {}: {}", address, reason));
-}
-
-}  // namespace
 
 bool serveOn(netsnmp_transport& transport) {
   gateDeciphered();
@@ -122,7 +122,7 @@ void listenOn(const std::string& address) {
   if (!isServed(*transport)) {
     transport->f_close(transport);
     netsnmp_transport_free(transport);
-    refuse(address, "only udp, udp6, tcp, tcp6 and unix are served");
+    refuse(address, servedTransports);
   }
   guardDatagrams(*transport);
   guardListener(*transport);

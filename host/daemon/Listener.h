@@ -13,6 +13,10 @@ namespace host {
 /// these.
 void listenOn(const std::string& address);
 
+/// Whether the gate stands before this transport, and why an address of another one is refused.
+bool isServed(const netsnmp_transport_s& transport);
+inline constexpr char servedTransports[] = "only udp, udp6, tcp, tcp6 and unix are served";
+
 /// Likewise on a transport that is open, of which it takes possession. False where the engine takes no more.
 bool serveOn(netsnmp_transport_s& transport);
 

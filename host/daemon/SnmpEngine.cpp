@@ -123,6 +123,13 @@ void requireReadableConfiguration(const std::string& configFile) {
 
 bool isNone(const std::string& address) { return strncasecmp(address.c_str(), "none", 4) == 0; }
 
+// Their messages would be parsed without a gate before.
+void refuseSubAgents() {
+  if (netsnmp_ds_get_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_MASTER) != 1) return;
+  netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_MASTER, 0);
+  spdlog::warn("configuration: master agentx: ptpsnmpd has no sub-agents, snmpd does; the line is passed over");
+}
+
 }  // namespace
 
 SnmpEngine::SnmpEngine(const SnmpEngineOptions& options)
@@ -160,6 +167,7 @@ SnmpEngine::SnmpEngine(const SnmpEngineOptions& options)
 }
 
 void SnmpEngine::configureMaster() {
+  refuseSubAgents();
   configuredAddresses_ = addressesOfTheFiles();
   for (const std::string& list : options_.listen) {
     for (std::string& address : split(list)) addresses_.push_back(std::move(address));

@@ -15,6 +15,7 @@
 #include <optional>
 #include <sstream>
 
+#include "Listener.h"
 #include "Processes.h"
 #include "SocketProbe.h"
 
@@ -148,6 +149,11 @@ void checkAddresses(CheckReport& report, const std::vector<std::string>& address
     Transport transport(netsnmp_transport_open_server("snmp", address.c_str()));
     if (!transport) {
       reportUnopened(report, address, errno);
+      continue;
+    }
+    if (!isServed(*transport)) {
+      report.add(Verdict::fails, "addresses", fmt::format("{}: {}", address, servedTransports),
+                 "choose one of these: --listen, agentAddress");
       continue;
     }
     const bool byRoot = geteuid() == 0 && portOf(address) < IPPORT_RESERVED;
