@@ -3,80 +3,90 @@
 #include "NetSnmp.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
+#include <net-snmp/library/lcd_time.h>
 #include <spdlog/spdlog.h>
+#include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <span>
-#include <string>
 #include <string_view>
-
-#include "Json.h"
+#include <system_error>
+#include <utility>
 
 namespace host {
 namespace {
 
-// The directives by which the library keeps them itself, beside users and their keys, which are the configuration's
-// here.
-constexpr char identityToken[] = "oldEngineID";
-constexpr char bootsToken[] = "engineBoots";
+constexpr std::size_t typeOctet = 4;  // RFC 3411, SnmpEngineID: of the format of what follows
+constexpr std::size_t randomOctets = 12;
 
 std::string stateFile() {
   const char* const folder = std::getenv("STATE_DIRECTORY");
   return folder == nullptr || *folder == '\0' ? "" : std::string(folder) + "/engine";
 }
 
-// What follows the prefix; empty where the line begins otherwise, or where that is of other characters.
-std::string_view valueIn(std::string_view line, const std::string& prefix, const char* characters) {
-  if (!line.starts_with(prefix)) return {};
-  line.remove_prefix(prefix.size());
-  return line.find_first_not_of(characters) == std::string_view::npos ? line : std::string_view{};
+// net-snmp's enterprise number, 8072, and octets that are administratively assigned.
+std::string randomEngineId() {
+  constexpr std::string_view head("\x80\x00\x1f\x88\x05", typeOctet + 1);
+  std::array<char, randomOctets> random;
+  if (getentropy(random.data(), random.size()) != 0) {
+    throw std::system_error(errno, std::generic_category(), "no random engine ID");
+  }
+  return std::string(head).append(random.data(), random.size());
 }
 
-bool isOurs(std::string_view line) {
-  // RFC 3411, SnmpEngineID: 5 to 32 octets. The boots end at 2147483647, at which none ever arrives.
-  const auto identity = valueIn(line, std::string(identityToken) + " 0x", "0123456789abcdef");
-  const auto boots = valueIn(line, std::string(bootsToken) + " ", "0123456789");
-  return (identity.size() >= 2 * 5 && identity.size() <= 2 * 32 && identity.size() % 2 == 0) ||
-         (!boots.empty() && boots.size() <= 9);
+// The ID that the directives engineID, exactEngineID or engineIDType call for; empty where the library made up one by
+// time, as it does without them.
+std::string configuredEngineId() {
+  std::array<u_char, SNMP_MAXBUF_SMALL> id;
+  std::size_t size = snmpv3_get_engineID(id.data(), id.size());
+  const bool named = size != 0;
+  if (!named) setup_engineID(nullptr, nullptr);
+  size = snmpv3_get_engineID(id.data(), id.size());
+  if (!named && size > typeOctet && id[typeOctet] == ENGINEID_TYPE_NETSNMP_RND) return {};
+  return {id.begin(), id.begin() + size};
 }
+
+const u_char* octets(const std::string& id) { return reinterpret_cast<const u_char*>(id.data()); }
 
 }  // namespace
 
-void recallEngineIdentity() {
-  const std::string path = stateFile();
-  if (path.empty()) return;
-  std::ifstream file(path);
-  for (std::string line; std::getline(file, line);) {
-    if (isOurs(line)) {
-      netsnmp_config_remember(line.data());
-    } else {
-      spdlog::warn("{}: {} is neither an engine ID nor a number of starts, and left out", path, inQuotes(line));
-    }
-  }
+EngineIdentity::EngineIdentity() : fresh_(randomEngineId()) {
+  netsnmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_PREMIB_READ_CONFIG, choose, this,
+                            NETSNMP_CALLBACK_HIGHEST_PRIORITY);
+  netsnmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, impose, this,
+                            NETSNMP_CALLBACK_LOWEST_PRIORITY);
 }
 
-void keepEngineIdentity() {
-  const std::string path = stateFile();
-  if (path.empty()) return;
-  std::size_t length = 0;
-  u_char* const identity = snmpv3_generate_engineID(&length);
-  if (identity == nullptr) return;
-  const std::string unfinished = path + ".new";
-  std::ofstream file(unfinished);
-  file << fmt::format("{} 0x{:02x}\n{} {}\n", identityToken, fmt::join(std::span(identity, length), ""), bootsToken,
-                      snmpv3_local_snmpEngineBoots());
-  std::free(identity);
-  file.close();
-  std::error_code error;
-  if (!file) error.assign(errno, std::generic_category());
-  if (!error) std::filesystem::rename(unfinished, path, error);
-  if (error)
-    spdlog::warn("{}: {}; managers that use SNMPv3 will find another engine at the next start", path, error.message());
+EngineIdentity::~EngineIdentity() {
+  snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_PREMIB_READ_CONFIG, choose, this, 1);
+  snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, impose, this, 1);
+}
+
+void EngineIdentity::tell() {
+  for (const std::string& notice : std::exchange(engine_.notices, {})) spdlog::warn("{}", notice);
+}
+
+// What the library calls: only exhausted memory could throw there, and ends the process.
+
+// Runs ahead of the library's own callback, which would make up an ID. Only the start reads the directives of this
+// kind.
+int EngineIdentity::choose(int, int, void*, void* self) noexcept {
+  auto& identity = *static_cast<EngineIdentity*>(self);
+  identity.engine_ = countEngineStart(stateFile(), configuredEngineId(), identity.fresh_);
+  const std::string& id = identity.engine_.start.id;
+  set_exact_engineID(octets(id), id.size());
+  return SNMP_ERR_NOERROR;
+}
+
+// Runs after the library's own callback, which takes any reading for the first start of an engine that it does not
+// remember. The directive engineBoots names the start before.
+int EngineIdentity::impose(int, int, void*, void* self) noexcept {
+  const EngineStart& start = static_cast<EngineIdentity*>(self)->engine_.start;
+  engineBoots_conf("engineBoots", fmt::format("{}", start.boots - 1).data());
+  set_enginetime(octets(start.id), static_cast<u_int>(start.id.size()), start.boots,
+                 static_cast<u_int>(snmpv3_local_snmpEngineTime()), TRUE);
+  return SNMP_ERR_NOERROR;
 }
 
 }  // namespace host

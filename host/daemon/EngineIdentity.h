@@ -1,18 +1,34 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
+#include "EngineStart.h"
+
 namespace host {
 
-/// What managers know of an SNMPv3 engine from one start to the next (RFC 3411, 3.1.1.1 and RFC 3414, 2.2): its
-/// snmpEngineID, which they hold their keys by, and snmpEngineBoots, which never falls while that stays.
+/// Gives net-snmp's SNMPv3 engine its snmpEngineID and snmpEngineBoots, by the file "engine" of the folder that the
+/// service manager names in STATE_DIRECTORY: see countEngineStart. They stay what they are until the process ends,
+/// whatever the configuration says when it is read anew.
 ///
-/// Both are kept in the file "engine" of the folder that the service manager names in STATE_DIRECTORY. Without one, or
-/// with one that cannot be read, an engine is another at each start: managers that remember it must ask anew.
+/// REQUIRES that init_snmp() follows while this lives, and that this ends before snmp_shutdown(). The start is counted
+/// while init_snmp() reads the configuration, ahead of the users, whose keys are made for the engine ID.
+class EngineIdentity {
+ public:
+  EngineIdentity();
+  EngineIdentity(const EngineIdentity&) = delete;
+  EngineIdentity& operator=(const EngineIdentity&) = delete;
+  ~EngineIdentity();
 
-/// Has the engine that is about to be initialised go on where the last one of this file ended.
-void recallEngineIdentity();
+  /// Logs what is wrong, once.
+  void tell();
 
-/// Writes down what the engine is now, for the next start, so that also a start that is killed counts. To be called as
-/// soon as the engine is initialised. A file that cannot be written is logged.
-void keepEngineIdentity();
+ private:
+  static int choose(int, int, void*, void* self) noexcept;
+  static int impose(int, int, void*, void* self) noexcept;
+
+  const std::string fresh_;
+  StartedEngine engine_;
+};
 
 }  // namespace host

@@ -16,7 +16,6 @@
 #include <string_view>
 #include <utility>
 
-#include "EngineIdentity.h"
 #include "Listener.h"
 
 // The agent's own MIB modules that a manager expects of any agent. Their headers are not installed.
@@ -159,11 +158,9 @@ SnmpEngine::SnmpEngine(const SnmpEngineOptions& options)
   if (!options_.configFile.empty()) {
     netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG, options_.configFile.c_str());
   }
-  if (!isSubAgent_) recallEngineIdentity();
+  if (!isSubAgent_) identity_.emplace();
   init_snmp(applicationName);
-  if (isSubAgent_) return;
-  keepEngineIdentity();
-  configureMaster();
+  if (!isSubAgent_) configureMaster();
 }
 
 void SnmpEngine::configureMaster() {
@@ -180,6 +177,7 @@ SnmpEngine::~SnmpEngine() {
   // The library would free what the callback was given.
   snmp_unregister_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, grantLoopbackAccess, &builtInAccess_,
                            1);
+  identity_.reset();
   directives_.reset();
   shutdown_master_agent();
   snmp_shutdown(applicationName);
@@ -200,6 +198,7 @@ void SnmpEngine::rereadConfiguration() {
 
 void SnmpEngine::listen() {
   if (isSubAgent_) return;
+  identity_->tell();
   for (const std::string& address : addresses_) {
     if (isNone(address)) break;  // as the library does
     listenOn(address);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Directives.h"
+#include "EngineIdentity.h"
 
 namespace host {
 
@@ -56,7 +57,8 @@ class SnmpEngine {
   const SnmpEngineOptions options_;
   const bool isSubAgent_;
   std::optional<DirectiveReader> directives_;
-  std::string configuredAddresses_;  // by the files
+  std::optional<EngineIdentity> identity_;  // none for a sub-agent, which answers no SNMPv3
+  std::string configuredAddresses_;         // by the files
   std::vector<std::string> addresses_;
   bool builtInAccess_ = false;
 };

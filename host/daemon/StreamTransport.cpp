@@ -2,15 +2,18 @@
 
 #include "NetSnmp.h"
 
+#include <fcntl.h>
 #include <net-snmp/library/snmpTCPDomain.h>
 #include <net-snmp/library/snmpTCPIPv6Domain.h>
 #include <net-snmp/library/snmpUnixDomain.h>
 #include <spdlog/spdlog.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <list>
 #include <map>
 #include <string>
@@ -20,6 +23,7 @@ namespace host {
 namespace {
 
 constexpr std::size_t maxConnections = 32;
+constexpr int shareOfDescriptors = 4;  // the rest is for requests, the PTP service and the next peer
 constexpr int sendBufferBytes = 1 << 18;
 constexpr std::size_t largestAnswer = 1 << 17;  // which the buffer has room for, with what the kernel adds
 constexpr int receivedAtOnce = 1500;            // what a datagram would bring
@@ -34,6 +38,8 @@ struct ListenerFunctions {
 // The library's own, by transport domain. It copies the listener, functions and all, for each connection.
 std::map<const oid*, ListenerFunctions> libraryFunctions;
 
+int spare = -1;  // a descriptor in reserve: see makeRoom
+std::size_t keptConnections = maxConnections;
 std::list<int> connections;     // the one that was sent something last comes last
 std::map<int, int> unanswered;  // bytes that a connection brought since it was last sent something
 
@@ -93,16 +99,43 @@ void keepSpace(int connection) {
   setsockopt(connection, SOL_SOCKET, SO_SNDBUF, &sendBufferBytes, sizeof(sendBufferBytes));
 }
 
+int openSpare() { return open("/dev/null", O_RDONLY | O_CLOEXEC); }
+
+// A new descriptor has the lowest number that is free: below it, all are in use.
+void leaveDescriptors() {
+  spare = openSpare();
+  rlimit descriptors{};
+  if (spare < 0 || getrlimit(RLIMIT_NOFILE, &descriptors) != 0) return;
+  const auto most = static_cast<int>(std::min<rlim_t>(descriptors.rlim_cur, std::numeric_limits<int>::max()));
+  keptConnections = std::clamp<std::size_t>((most - spare) / shareOfDescriptors, 1, maxConnections);
+}
+
+void endTheLongestSilent() {
+  end(connections.front());
+  connections.pop_front();
+}
+
+// The event loop would report a peer that waits at the listener again at once, without a pause. Ends the connection
+// that was sent nothing for longest: the library closes it in the next turn, and accepts the peer then. Where there is
+// none, accepts the peer with the spare descriptor, and closes.
+int makeRoom(int listener) {
+  if (!connections.empty()) {
+    endTheLongestSilent();
+  } else if (spare >= 0) {
+    close(spare);
+    close(accept(listener, nullptr, nullptr));
+    spare = openSpare();
+  }
+  return -1;
+}
+
 int acceptOne(netsnmp_transport* listener) noexcept {
   const int connection = libraryFunctions.at(listener->domain).accept(listener);
-  if (connection < 0) return connection;
+  if (connection < 0) return errno == EMFILE || errno == ENFILE ? makeRoom(listener->sock) : -1;
   keepSpace(connection);
   unanswered[connection] = 0;
   connections.push_back(connection);
-  if (connections.size() > maxConnections) {
-    end(connections.front());
-    connections.pop_front();
-  }
+  if (connections.size() > keptConnections) endTheLongestSilent();
   return connection;
 }
 
@@ -132,6 +165,7 @@ int closeEither(netsnmp_transport* transport) noexcept {
 void guardListener(netsnmp_transport& listener) {
   const oid* const guarded[] = {netsnmp_snmpTCPDomain, netsnmp_TCPIPv6Domain, netsnmp_UnixDomain};
   if (std::ranges::find(guarded, listener.domain) == std::end(guarded)) return;
+  if (spare < 0) leaveDescriptors();
   libraryFunctions.try_emplace(listener.domain,
                                ListenerFunctions{listener.f_accept, listener.f_recv, listener.f_close});
   listener.msgMaxSize = largestAnswer;

@@ -188,7 +188,7 @@ void Ptp4lSource::pollAnswered() {
   service_ = Service::answering;
   changed_ = true;
   if (!std::exchange(searching_, false)) return;
-  sameInterfaces_ = isSocketOfThisNetworkNamespace(socketPath_);
+  sameInterfaces_ = isPeerOfThisNetworkNamespace(socket_->fd());
   spdlog::info("ptp4l at {} answers: clock {} in domain {}", socketPath_,
                clock_.replies().defaultDS->clockIdentity.stringValue(), clock_.domain().domainNumber);
   if (events_) subscribe();

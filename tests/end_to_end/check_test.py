@@ -94,6 +94,9 @@ class Check(Checks):
             self.assert_fails(check(folder, *alone(), "--pid-file", folder / "none" / "pid"), "pid file",
                               "No such file")
             self.assert_fails(check(folder, *alone(), "--pid-file", folder), "pid file", "Is a directory")
+            (folder / "other").write_text("data\n")
+            os.link(folder / "other", folder / "link")
+            self.assert_fails(check(folder, *alone(), "--pid-file", folder / "link"), "pid file", "hard link")
             status, said = check(folder, *alone(), "--pid-file", folder / "pid")
             self.assertEqual((status, (folder / "pid").exists()), (0, False), said)
 

@@ -287,7 +287,7 @@ class PidFile(unittest.TestCase):
     def test_it_names_the_process_while_it_runs(self):
         with scratch_folder() as folder:
             file = folder / "ptpsnmpd.pid"
-            file.write_text("99999999 left over by a crash\n")
+            file.write_text("99999999\n")  # left over by a crash
             with Daemon(folder, "--pid-file", file) as daemon:
                 self.assertEqual(file.read_text(), f"{daemon.process_id}\n")
                 second = subprocess.run([daemon_program(), "--pid-file", file], capture_output=True, text=True, timeout=20)

@@ -1,6 +1,5 @@
 #include "Check.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <spdlog/sinks/ringbuffer_sink.h>
 #include <spdlog/spdlog.h>
@@ -18,6 +17,7 @@
 #include "CheckReport.h"
 #include "CheckSnmpd.h"
 #include "CheckSource.h"
+#include "PidFile.h"
 #include "ServedClock.h"
 
 namespace host {
@@ -74,10 +74,12 @@ void checkModule(CheckReport& report, EventLoop& loop, const std::string& file) 
 
 void checkPidFile(CheckReport& report, const std::string& file) {
   const std::string mend = "choose a file that this user may make or write to: --pid-file";
-  const int descriptor = open(file.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
+  const int descriptor = openPidFile(file, 0);
   if (descriptor >= 0) {
     const bool held = flock(descriptor, LOCK_SH | LOCK_NB) != 0;
+    const std::string refused = refusedAsPidFile(descriptor);
     close(descriptor);
+    if (!refused.empty()) return report.add(Verdict::fails, "pid file", file + ": " + refused, mend);
     return held ? report.add(Verdict::partly, "pid file", file + ": a ptpsnmpd that runs holds it", "stop it first")
                 : report.add(Verdict::works, "pid file", file);
   }
