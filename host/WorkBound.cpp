@@ -3,7 +3,6 @@
 #include "NetSnmp.h"
 
 #include <array>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,12 +18,16 @@ constexpr char handlerName[] = "ptpsnmp_work_bound";
 constexpr char libraryBulkHandler[] = "bulk_to_next";  // below it the library asks once for each repetition
 constexpr char defaultContext[] = "";
 
-/// How much the tables have cost since the process began, in rows.
+/// How much the message that is being answered has cost the tables, in rows.
 class Meter {
  public:
-  /// A cell of this table is about to be tried.
-  void cell(const Snmp::TableCounters& table) noexcept {
-    readTable();
+  /// A cell of this table is about to be tried for a message.
+  void cell(const netsnmp_agent_session& message, const Snmp::TableCounters& table) noexcept {
+    if (isAnother(message)) {
+      cost_ = 0;
+    } else if (table_ != nullptr) {
+      cost_ += rowsWalked(*table_) - walked_;
+    }
     cost_ += rowsPerCell;
     table_ = &table;
     walked_ = rowsWalked(table);
@@ -32,48 +35,32 @@ class Meter {
   void forget(const Snmp::TableCounters& table) noexcept {
     if (table_ == &table) table_ = nullptr;
   }
-  unsigned long cost() const noexcept { return cost_; }
+  bool isSpent() const noexcept { return cost_ > most_ && cost_ > rowsPerCell; }
+  void mostIs(unsigned long most) noexcept { most_ = most; }
 
  private:
   static unsigned long rowsWalked(const Snmp::TableCounters& table) noexcept {
     return table.orderedIterCntrs(Snmp::nextAdvanced);
   }
-  void readTable() noexcept {
-    if (table_ != nullptr) cost_ += rowsWalked(*table_) - walked_;
+  // The library numbers the messages that come in, and a master agent those that it sends.
+  bool isAnother(const netsnmp_agent_session& message) noexcept {
+    const netsnmp_pdu& pdu = *message.pdu;
+    if (message_ == &message && transaction_ == pdu.transid && request_ == pdu.reqid) return false;
+    message_ = &message;
+    transaction_ = pdu.transid;
+    request_ = pdu.reqid;
+    return true;
   }
 
+  unsigned long most_ = mostRowsPerMessage;
   unsigned long cost_ = 0;
   const Snmp::TableCounters* table_ = nullptr;  // of the last cell
   unsigned long walked_ = 0;                    // by it, when that cell began
+  const netsnmp_agent_session* message_ = nullptr;
+  long transaction_ = 0;
+  long request_ = 0;
 };
 Meter meter;
-unsigned long mostCost = mostRowsPerMessage;  // of one message
-
-/// A registered table. Its handler owns it.
-class BoundedTable {
- public:
-  explicit BoundedTable(Kestor::Ptr<Snmp::TableCounters> counters) : counters_(std::move(counters)) {}
-  BoundedTable(const BoundedTable&) = delete;
-  BoundedTable& operator=(const BoundedTable&) = delete;
-  ~BoundedTable() { meter.forget(*counters_); }
-
-  static BoundedTable& of(const netsnmp_mib_handler& handler) { return *static_cast<BoundedTable*>(handler.myvoid); }
-  const Snmp::TableCounters& counters() const noexcept { return *counters_; }
-
- private:
-  const Kestor::Ptr<Snmp::TableCounters> counters_;
-};
-
-// Whether the message has cost all that it may. The library keeps beside each message where the meter stood at first.
-bool isSpent(netsnmp_agent_request_info& message) {
-  const auto* const atFirst = static_cast<unsigned long*>(netsnmp_agent_get_list_data(&message, handlerName));
-  if (atFirst != nullptr) return meter.cost() - *atFirst > mostCost;
-  auto* const now = SNMP_MALLOC_TYPEDEF(unsigned long);
-  if (now == nullptr) return true;
-  *now = meter.cost();
-  netsnmp_agent_add_list_data(&message, netsnmp_create_data_list(handlerName, now, free));
-  return false;
-}
 
 // A mark in place of a value, at which the library ends an answer. It would try a name for ever that is out of view,
 // and does not know the mark in an answer to a master agent.
@@ -90,14 +77,18 @@ bool endAnswer(netsnmp_agent_request_info& message, netsnmp_request_info& reques
 // The library calls this with one request at a time, and the handlers below it after that.
 int boundWork(netsnmp_mib_handler* handler, netsnmp_handler_registration*, netsnmp_agent_request_info* message,
               netsnmp_request_info* request) noexcept {
-  meter.cell(BoundedTable::of(*handler).counters());
-  if (!isSpent(*message)) return SNMP_ERR_NOERROR;
+  meter.cell(*message->asp, *static_cast<const Snmp::TableCounters*>(handler->myvoid));
+  if (!meter.isSpent()) return SNMP_ERR_NOERROR;
   handler->flags |= MIB_HANDLER_AUTO_NEXT_OVERRIDE_ONCE;
   if (!endAnswer(*message, *request)) netsnmp_request_set_error(request, SNMP_ERR_TOOBIG);
   return SNMP_ERR_NOERROR;
 }
 
-void deleteTable(void* table) noexcept { delete static_cast<BoundedTable*>(table); }
+// Ends the handler's own reference to the counters of its table.
+void releaseCounters(void* counters) noexcept {
+  const Kestor::Ptr<Snmp::TableCounters> last(static_cast<Snmp::TableCounters*>(counters), false);
+  meter.forget(*last);
+}
 
 Kestor::Ptr<Snmp::TableCounters> countersOf(const std::string& table) {
   const auto* const records = dynamic_cast<const Snmp::RegVoidCollByContext*>(
@@ -113,8 +104,8 @@ void bound(netsnmp_handler_registration& registration) {
   netsnmp_mib_handler* const handler = netsnmp_create_handler(handlerName, boundWork);
   if (!counters || handler == nullptr) return netsnmp_handler_free(handler);
   handler->flags |= MIB_HANDLER_AUTO_NEXT;
-  handler->myvoid = std::make_unique<BoundedTable>(std::move(counters)).release();
-  handler->data_free = deleteTable;
+  handler->myvoid = counters.detach();
+  handler->data_free = releaseCounters;
   if (netsnmp_inject_handler_before(&registration, handler, libraryBulkHandler) != SNMPERR_SUCCESS) {
     netsnmp_handler_free(handler);
   }
@@ -123,7 +114,7 @@ void bound(netsnmp_handler_registration& registration) {
 }  // namespace
 
 void boundWorkOfTables(unsigned long mostRows) {
-  mostCost = mostRows;
+  meter.mostIs(mostRows);
   constexpr oid systemGroup = 1;
   constexpr oid clockGroup = 2;
   constexpr std::array<std::pair<oid, oid>, 2> tablesByGroup{{{systemGroup, 2}, {clockGroup, 10}}};

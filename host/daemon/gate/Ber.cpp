@@ -74,17 +74,16 @@ bool isInteger(Octets contents, std::size_t octets) noexcept {
 bool isObjectIdentifier(Octets contents) noexcept {
   if (contents.empty() || (contents.back() & longForm) != 0) return false;
   std::size_t count = 1;
-  std::uint64_t value = 0;
-  bool begins = true;
-  for (const std::uint8_t octet : contents) {
-    if (begins && octet == longForm) return false;  // X.690, 8.19.2
-    value = value << 7 | (octet & ~longForm & 0xffU);
-    const std::uint64_t largest = largestSubIdentifier + (count == 1 ? secondArcs : 0);
-    if (value > largest) return false;
-    begins = (octet & longForm) == 0;
-    if (!begins) continue;
-    if (++count > mostSubIdentifiers) return false;
-    value = 0;
+  std::uint64_t largest = largestSubIdentifier + secondArcs;  // of the first, which holds two
+  for (const std::uint8_t* octet = contents.data(); octet != contents.data() + contents.size(); ++octet) {
+    if (*octet == longForm) return false;  // X.690, 8.19.2
+    std::uint64_t value = 0;
+    for (; (*octet & longForm) != 0; ++octet) {  // the last octet of all ends it
+      value = (value | (*octet & ~longForm & 0xffU)) << 7;
+      if (value > largest) return false;
+    }
+    if ((value | *octet) > largest || ++count > mostSubIdentifiers) return false;
+    largest = largestSubIdentifier;
   }
   return true;
 }
