@@ -12,7 +12,6 @@
 #include "Device.h"
 #include "Fuzzer.h"
 #include "TestAgent.h"
-#include "Zarn/Trace.h"
 
 // Of the library, which declares it in its private headers.
 extern "C" u_char* snmp_comstr_parse(u_char* data, size_t* length, u_char* community, size_t* communityLength,
@@ -56,7 +55,6 @@ char* addressText(netsnmp_transport*, const void*, int) { return strdup("callbac
 class Agent {
  public:
   Agent() {
-    Zarn::TraceSettings::select("Snmp/off");
     test::initTestAgent("fuzz");
     auto* const transport = static_cast<netsnmp_transport*>(std::calloc(1, sizeof(netsnmp_transport)));
     transport->domain = netsnmpUDPDomain;

@@ -12,13 +12,17 @@
 namespace Zarn {
 namespace {
 
-constexpr std::uint32_t errorLevelOnly = 1;
 constexpr unsigned levelLimit = 32;
 
 struct Facility {
   std::map<Kestor::String, std::unique_ptr<TraceHandle>> handles;
   std::map<Kestor::String, std::uint32_t, std::less<>> selected;
   TraceSettings::Sink sink;
+
+  std::uint32_t levelsOf(std::string_view name) const {
+    const auto it = selected.find(name);
+    return it == selected.end() ? 0 : it->second;
+  }
 
   // Never destroyed: modules trace while they are unloaded.
   static Facility& instance() {
@@ -61,8 +65,7 @@ TraceHandle& TraceHandle::instance(std::string_view name) {
   Facility& facility = Facility::instance();
   std::unique_ptr<TraceHandle>& handle = facility.handles[Kestor::String(name)];
   if (!handle) {
-    const auto it = facility.selected.find(name);
-    handle.reset(new TraceHandle(Kestor::String(name), it == facility.selected.end() ? errorLevelOnly : it->second));
+    handle.reset(new TraceHandle(Kestor::String(name), facility.levelsOf(name)));
   }
   return *handle;
 }
@@ -86,7 +89,7 @@ void TraceSettings::select(std::string_view selection) {
     const std::string_view levels = slash == std::string_view::npos ? "" : item.substr(slash + 1);
     const Kestor::String handle(item.substr(0, slash));
     if (handle.empty()) parseLevel("", item);
-    std::uint32_t& mask = selected.emplace(handle, errorLevelOnly).first->second;
+    std::uint32_t& mask = selected[handle];
     if (levels == "off") {
       mask = 0;
     } else {
@@ -94,16 +97,13 @@ void TraceSettings::select(std::string_view selection) {
     }
   }
   facility.selected = std::move(selected);
-  for (const auto& [name, handle] : facility.handles) {
-    const auto it = facility.selected.find(name);
-    handle->levels_ = it == facility.selected.end() ? errorLevelOnly : it->second;
-  }
+  for (const auto& [name, handle] : facility.handles) handle->levels_ = facility.levelsOf(name);
 }
 
 void TraceSettings::reset() {
   Facility& facility = Facility::instance();
   facility.selected.clear();
-  for (const auto& [name, handle] : facility.handles) handle->levels_ = errorLevelOnly;
+  for (const auto& [name, handle] : facility.handles) handle->levels_ = 0;
 }
 
 void TraceSettings::sinkIs(Sink sink) { Facility::instance().sink = std::move(sink); }
