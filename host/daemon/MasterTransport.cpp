@@ -2,6 +2,7 @@
 
 #include "NetSnmp.h"
 
+#include <fmt/format.h>
 #include <poll.h>
 #include <spdlog/spdlog.h>
 #include <sys/socket.h>
@@ -17,6 +18,7 @@
 #include <utility>
 
 #include "AgentXMessage.h"
+#include "RepeatableLog.h"
 #include "UnixAddress.h"
 
 namespace host {
@@ -119,10 +121,9 @@ int receiveInHandshake(netsnmp_transport& transport, unsigned char* bytes, std::
 
 bool tooLong(std::size_t length) {
   if (length <= longestMessage) return false;
-  static bool said = false;
-  spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
-              "the AgentX master sends a message of {} bytes, {} are taken: the connection is closed; said once",
-              length, longestMessage);
+  log::repeatable(spdlog::level::warn,
+                  fmt::format("the AgentX master sends a message of {} bytes, {} are taken: the connection is closed",
+                              length, longestMessage));
   return true;
 }
 

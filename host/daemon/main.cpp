@@ -21,6 +21,7 @@
 #include "Log.h"
 #include "Options.h"
 #include "PidFile.h"
+#include "RepeatableLog.h"
 #include "ServedClock.h"
 #include "ServiceManager.h"
 #include "SnmpEngine.h"
@@ -108,6 +109,7 @@ void follow(ServedClock& clock, const SnmpEngine& engine, const Options& options
 // more: nobody shall take the demo for the clock. Runs in a callback, which must not throw.
 void reload(ServedClock& clock, SnmpEngine& engine, const Options& options, const ServiceManager& manager) {
   manager.reloading();
+  const log::Uncounted operatorsDoing;
   try {
     engine.rereadConfiguration();
     follow(clock, engine, options, clock.options().source);
@@ -138,6 +140,7 @@ int serve(const Options& options) {
   if (engine.isSubAgent()) link.emplace(loop, options.engine.agentXSocket);
   announce(engine, options, clock.options().source);
   manager.ready();
+  const log::Counting counting(loop);
   loop.run();
   manager.stopping();
   return 0;
