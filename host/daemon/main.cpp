@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <exception>
 #include <functional>
 #include <optional>
@@ -25,6 +24,7 @@
 #include "ServedClock.h"
 #include "ServiceManager.h"
 #include "SnmpEngine.h"
+#include "Zarn/LineOutput.h"
 #include "Zarn/Trace.h"
 #include "check/Check.h"
 
@@ -91,8 +91,7 @@ void announce(const SnmpEngine& engine, const Options& options, const std::strin
       text += "ACCESS is -v2c -c COMMUNITY, or -v3 -u USER with its level and passphrases.\n";
   }
   // Nobody need be there to read it.
-  std::fputs(text.c_str(), stdout);
-  std::fflush(stdout);
+  Zarn::LineOutput(STDOUT_FILENO).write(text);
 }
 
 // The traces asked for on the command line add to those of the configuration.

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "Zarn/Exception.h"
+#include "Zarn/LineOutput.h"
 
 namespace Zarn {
 namespace {
@@ -18,6 +19,7 @@ struct Facility {
   std::map<Kestor::String, std::unique_ptr<TraceHandle>> handles;
   std::map<Kestor::String, std::uint32_t, std::less<>> selected;
   TraceSettings::Sink sink;
+  LineOutput standardError{STDERR_FILENO};
 
   std::uint32_t levelsOf(std::string_view name) const {
     const auto it = selected.find(name);
@@ -53,12 +55,6 @@ std::uint32_t parseLevels(std::string_view text, std::string_view item) {
   return levels;
 }
 
-void writeToStandardError(std::string_view line) {
-  const std::string text = fmt::format("{}\n", line);
-  // One write, so that lines of several processes do not mix; a trace that cannot be written is lost.
-  [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
-}
-
 }  // namespace
 
 TraceHandle& TraceHandle::instance(std::string_view name) {
@@ -71,11 +67,12 @@ TraceHandle& TraceHandle::instance(std::string_view name) {
 }
 
 void TraceHandle::emit(unsigned level, const Kestor::String& message) const {
-  const std::string line = fmt::format("{}/{} {}", name_, level, message);
-  if (const auto& sink = Facility::instance().sink) {
-    sink(line);
+  Facility& facility = Facility::instance();
+  const std::string line = fmt::format("{}/{} {}\n", name_, level, message);
+  if (facility.sink) {
+    facility.sink({line.data(), line.size() - 1});
   } else {
-    writeToStandardError(line);
+    facility.standardError.write(line);
   }
 }
 

@@ -33,7 +33,9 @@ TEST_F(TraceTest, AHandleIsOnePerName) {
   EXPECT_EQ(snmp.name(), "Snmp");
 }
 
-TEST_F(TraceTest, NoLevelIsOnUntilItIsSelected) { EXPECT_EQ(levelsOn(snmp), std::vector<unsigned>{}); }
+TEST_F(TraceTest, NoLevelIsOnUntilItIsSelected) {
+  EXPECT_EQ(levelsOn(TraceHandle::instance("NeverSelected")), std::vector<unsigned>{});
+}
 
 TEST_F(TraceTest, ASelectionSwitchesOnTheLevelsAndRangesThatItNames) {
   TraceSettings::select("Snmp/0-2,PtpSnmp/8");
