@@ -1,7 +1,6 @@
 #include "Zarn/LineOutput.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -10,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cstdio>
 #include <utility>
 
 namespace Zarn {
@@ -22,7 +22,7 @@ namespace {
 int openedAnew(int fd, mode_t type) {
   if (type != S_IFIFO && type != S_IFCHR) return -1;
   std::array<char, 32> path{};
-  fmt::format_to_n(path.data(), path.size() - 1, "/proc/self/fd/{}", fd);
+  std::snprintf(path.data(), path.size(), "/proc/self/fd/%d", fd);
   return open(path.data(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
 }
 
@@ -62,10 +62,9 @@ void LineOutput::tellDropped() noexcept {
   follow();
   if (dropped_ == 0) return;
   std::array<char, 160> text{};
-  const auto told = fmt::format_to_n(text.data(), text.size() - 1,
-                                     "{}lines missing here, which could not be written: {}", prefix_, dropped_);
-  *told.out = '\n';
-  if (put({text.data(), told.out + 1})) dropped_ = 0;
+  std::snprintf(text.data(), text.size(), "%slines missing here, which could not be written: %llu\n", prefix_.c_str(),
+                static_cast<unsigned long long>(dropped_));
+  if (put(text.data())) dropped_ = 0;
 }
 
 // False where the text, or a part of it, could not be written.
