@@ -9,7 +9,6 @@
 #include "Fuzzer.h"
 #include "Names.h"
 #include "WorkBound.h"
-#include "Zarn/Trace.h"
 #include "gate/AgentXGate.h"
 
 // Of the library, which declares them in its private headers.
@@ -54,7 +53,6 @@ int close(netsnmp_transport*) { return 0; }
 class SubAgent {
  public:
   SubAgent() {
-    Zarn::TraceSettings::select("Snmp/off");
     setenv("MIBS", "", 1);
     netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 1 /* sub-agent */);
     netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_READ_CONFIGS, 1);

@@ -6,7 +6,6 @@
 #include "Fuzzer.h"
 #include "Rows.h"
 #include "Snmp/RegVoidCollByContext.h"
-#include "Zarn/Trace.h"
 
 namespace {
 
@@ -116,10 +115,7 @@ Drawn drawHint(fuzz::ByteSource& input, const Table& table) {
 struct Tables {
   Device device;
   Kestor::Ptr<Snmp::RegVoid> record = Kestor::make<Snmp::RegVoid>(device.ptpMib.get());
-  Tables() {
-    Zarn::TraceSettings::select("Snmp/off");
-    addRows(device);
-  }
+  Tables() { addRows(device); }
 };
 
 // From there on the rows come in order, each once, and each is found by its own index.

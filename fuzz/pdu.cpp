@@ -17,7 +17,6 @@
 #include "TestAgent.h"
 #include "Version3.h"
 #include "WorkBound.h"
-#include "Zarn/Trace.h"
 
 // Of the library, which declares it in its private headers.
 extern "C" u_char* snmp_comstr_parse(u_char* data, size_t* length, u_char* community, size_t* communityLength,
@@ -63,7 +62,6 @@ char* addressText(netsnmp_transport*, const void*, int) { return strdup("callbac
 class Agent {
  public:
   Agent() {
-    Zarn::TraceSettings::select("Snmp/off");
     test::initTestAgent("fuzz");
     auto* const transport = static_cast<netsnmp_transport*>(std::calloc(1, sizeof(netsnmp_transport)));
     transport->domain = netsnmpUDPDomain;

@@ -3,14 +3,15 @@
 #include "NetSnmp.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <net-snmp/library/snmpUDPDomain.h>
 #include <net-snmp/library/snmpUDPIPv6Domain.h>
-#include <spdlog/spdlog.h>
 
 #include <cerrno>
 #include <cstring>
 #include <map>
-#include <utility>
+
+#include "RepeatableLog.h"
 
 namespace host {
 namespace {
@@ -23,9 +24,7 @@ std::map<const oid*, Send> libraryFunctions;  // by transport domain
 int sendOrLose(netsnmp_transport* transport, const void* message, int size, void** peer, int* peerLength) noexcept {
   if (size == 0) return 0;
   if (libraryFunctions.at(transport->domain)(transport, message, size, peer, peerLength) < 0) {
-    static bool said = false;
-    spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
-                "an answer could not be sent ({}); said once", std::strerror(errno));
+    log::repeatable(spdlog::level::warn, fmt::format("an answer could not be sent: {}", std::strerror(errno)));
   }
   return size;
 }

@@ -1,5 +1,6 @@
 #include "FaultMessage.h"
 
+#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -13,7 +14,11 @@ char stack[16 * 1024];
 // process as soon as this returns, with the place of the fault on top of the core dump's stack.
 void say(int number) {
   static constexpr char text[] = "ptpsnmpd: error: segmentation fault, perhaps for want of memory\n";
-  [[maybe_unused]] const auto written = write(STDERR_FILENO, text, sizeof(text) - 1);
+  // Only where it need not wait for a reader: what is to end shall end.
+  pollfd writable{.fd = STDERR_FILENO, .events = POLLOUT, .revents = 0};
+  if (poll(&writable, 1, 0) == 1) {
+    [[maybe_unused]] const auto written = write(STDERR_FILENO, text, sizeof(text) - 1);
+  }
   raise(number);
 }
 

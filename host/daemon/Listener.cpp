@@ -8,7 +8,6 @@
 #include <net-snmp/library/snmpUDPDomain.h>
 #include <net-snmp/library/snmpUDPIPv6Domain.h>
 #include <net-snmp/library/snmpUnixDomain.h>
-#include <spdlog/spdlog.h>
 
 #include <algorithm>
 #include <array>
@@ -19,6 +18,7 @@
 
 #include "AnswerSize.h"
 #include "DatagramTransport.h"
+#include "RepeatableLog.h"
 #include "StreamTransport.h"
 #include "gate/SnmpGate.h"
 
@@ -26,12 +26,6 @@ namespace host {
 namespace {
 
 using gate::SnmpVerdict;
-
-void sayDropped() {
-  static bool said = false;
-  spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
-              "a message that is not well-formed SNMP, or not for an agent, is dropped; said once");
-}
 
 // The library counts as errors in ASN.1 what it parses itself.
 int statisticOf(SnmpVerdict verdict) {
@@ -43,10 +37,19 @@ int statisticOf(SnmpVerdict verdict) {
   }
 }
 
+const char* reasonOf(SnmpVerdict verdict) {
+  switch (verdict) {
+    case SnmpVerdict::badVersion: return "a message of another version than SNMPv1, v2c and v3 is dropped";
+    case SnmpVerdict::unknownSecurityModel: return "a message of SNMPv3 with an unknown security model is dropped";
+    case SnmpVerdict::notForAnAgent: return "a message that is no request to an SNMP agent is dropped";
+    default: return "a message that is not well-formed SNMP is dropped";
+  }
+}
+
 bool passes(SnmpVerdict verdict) {
   if (verdict == SnmpVerdict::passes) return true;
   snmp_increment_statistic(statisticOf(verdict));
-  sayDropped();
+  log::repeatable(spdlog::level::warn, reasonOf(verdict));
   return false;
 }
 

@@ -2,6 +2,7 @@
 
 #include "NetSnmp.h"
 
+#include <fmt/format.h>
 #include <poll.h>
 #include <spdlog/spdlog.h>
 #include <sys/socket.h>
@@ -17,6 +18,7 @@
 #include <utility>
 
 #include "AgentXInbox.h"
+#include "RepeatableLog.h"
 #include "UnixAddress.h"
 
 namespace host {
@@ -124,10 +126,9 @@ int receiveInHandshake(netsnmp_transport& transport, unsigned char* bytes, std::
 
 bool tooLong(std::size_t length) {
   if (length <= longestMessage) return false;
-  static bool said = false;
-  spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
-              "the AgentX master sends a message of {} bytes, {} are taken: the connection is closed; said once",
-              length, longestMessage);
+  log::repeatable(spdlog::level::warn,
+                  fmt::format("the AgentX master sends a message of {} bytes, {} are taken: the connection is closed",
+                              length, longestMessage));
   return true;
 }
 
@@ -149,19 +150,13 @@ bool answeredHere(int socket, const AgentXHeader& header) {
   }
 }
 
-void sayMalformed() {
-  static bool said = false;
-  spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
-              "the AgentX master sends a message that is not well-formed: it is refused; said once");
-}
-
 // Takes a whole message to the library, or away from it.
 int pass(netsnmp_transport& transport, const AgentXInbox& inbox, unsigned char* bytes, std::size_t size) {
   const AgentXHeader header = inbox.header();
   if (inbox.length() > std::min(size, AgentXInbox::largestMessage)) {
     refuse(transport.sock, header, AgentXError::tooBig);
   } else if (!gate::isAgentXMessage(inbox.message())) {
-    sayMalformed();
+    log::repeatable(spdlog::level::warn, "the AgentX master sends a message that is not well-formed: it is refused");
     refuse(transport.sock, header, AgentXError::parseError);
   } else if (!answeredHere(transport.sock, header)) {
     std::ranges::copy(inbox.message(), bytes);

@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "Listener.h"
+#include "RepeatableLog.h"
 
 // The agent's own MIB modules that a manager expects of any agent. Their headers are not installed.
 extern "C" {
@@ -51,11 +52,11 @@ bool isOthersToSay(std::string_view text) { return text.starts_with("registering
 
 // Sends the library's log lines where ours go.
 int logLibraryMessage(int, int, void* message, void*) {
-  const auto* const log = static_cast<const snmp_log_message*>(message);
-  std::string text = log->msg;
+  const auto* const said = static_cast<const snmp_log_message*>(message);
+  std::string text = said->msg;
   while (!text.empty() && text.back() == '\n') text.pop_back();
   DirectiveReader::engineSaid(text);
-  if (!text.empty()) spdlog::log(isOthersToSay(text) ? spdlog::level::debug : levelOf(log->priority), "{}", text);
+  if (!text.empty()) log::repeatable(isOthersToSay(text) ? spdlog::level::debug : levelOf(said->priority), text);
   return SNMP_ERR_NOERROR;
 }
 

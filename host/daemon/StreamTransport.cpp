@@ -6,7 +6,6 @@
 #include <net-snmp/library/snmpTCPDomain.h>
 #include <net-snmp/library/snmpTCPIPv6Domain.h>
 #include <net-snmp/library/snmpUnixDomain.h>
-#include <spdlog/spdlog.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -18,6 +17,8 @@
 #include <map>
 #include <string>
 #include <utility>
+
+#include "RepeatableLog.h"
 
 namespace host {
 namespace {
@@ -68,9 +69,7 @@ int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void
   unanswered[transport->sock] = 0;
   moveLast(transport->sock);
   if (send(transport->sock, message, static_cast<std::size_t>(size), MSG_DONTWAIT | MSG_NOSIGNAL) == size) return size;
-  static bool said = false;
-  spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
-              "a peer does not read what it is sent, or has gone: its connection is closed; said once");
+  log::repeatable(spdlog::level::warn, "a peer does not read what it is sent, or has gone: its connection is closed");
   abandon(*transport);
   return size;
 }
@@ -88,9 +87,7 @@ int receiveSome(netsnmp_transport* transport, void* message, int size, void** op
   const ListenerFunctions& library = libraryFunctions.at(transport->domain);
   const int received = library.receive(transport, message, std::min(size, receivedAtOnce), opaque, opaqueLength);
   if (received <= 0 || (unanswered[transport->sock] += received) <= mostUnanswered) return received;
-  static bool said = false;
-  spdlog::log(std::exchange(said, true) ? spdlog::level::debug : spdlog::level::warn,
-              "a peer sends without end what calls for no answer: its connection is closed; said once");
+  log::repeatable(spdlog::level::warn, "a peer sends without end what calls for no answer: its connection is closed");
   abandon(*transport);
   return 0;
 }

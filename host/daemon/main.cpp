@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <exception>
 #include <functional>
 #include <optional>
@@ -21,9 +20,11 @@
 #include "Log.h"
 #include "Options.h"
 #include "PidFile.h"
+#include "RepeatableLog.h"
 #include "ServedClock.h"
 #include "ServiceManager.h"
 #include "SnmpEngine.h"
+#include "Zarn/LineOutput.h"
 #include "Zarn/Trace.h"
 #include "check/Check.h"
 
@@ -90,8 +91,7 @@ void announce(const SnmpEngine& engine, const Options& options, const std::strin
       text += "ACCESS is -v2c -c COMMUNITY, or -v3 -u USER with its level and passphrases.\n";
   }
   // Nobody need be there to read it.
-  std::fputs(text.c_str(), stdout);
-  std::fflush(stdout);
+  Zarn::LineOutput(STDOUT_FILENO).write(text);
 }
 
 // The traces asked for on the command line add to those of the configuration.
@@ -108,6 +108,7 @@ void follow(ServedClock& clock, const SnmpEngine& engine, const Options& options
 // more: nobody shall take the demo for the clock. Runs in a callback, which must not throw.
 void reload(ServedClock& clock, SnmpEngine& engine, const Options& options, const ServiceManager& manager) {
   manager.reloading();
+  const log::Uncounted operatorsDoing;
   try {
     engine.rereadConfiguration();
     follow(clock, engine, options, clock.options().source);
@@ -138,6 +139,7 @@ int serve(const Options& options) {
   if (engine.isSubAgent()) link.emplace(loop, options.engine.agentXSocket);
   announce(engine, options, clock.options().source);
   manager.ready();
+  const log::Counting counting(loop);
   loop.run();
   manager.stopping();
   return 0;

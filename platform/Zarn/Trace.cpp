@@ -8,17 +8,23 @@
 #include <memory>
 
 #include "Zarn/Exception.h"
+#include "Zarn/LineOutput.h"
 
 namespace Zarn {
 namespace {
 
-constexpr std::uint32_t errorLevelOnly = 1;
 constexpr unsigned levelLimit = 32;
 
 struct Facility {
   std::map<Kestor::String, std::unique_ptr<TraceHandle>> handles;
   std::map<Kestor::String, std::uint32_t, std::less<>> selected;
   TraceSettings::Sink sink;
+  LineOutput standardError{STDERR_FILENO};
+
+  std::uint32_t levelsOf(std::string_view name) const {
+    const auto it = selected.find(name);
+    return it == selected.end() ? 0 : it->second;
+  }
 
   // Never destroyed: modules trace while they are unloaded.
   static Facility& instance() {
@@ -49,30 +55,24 @@ std::uint32_t parseLevels(std::string_view text, std::string_view item) {
   return levels;
 }
 
-void writeToStandardError(std::string_view line) {
-  const std::string text = fmt::format("{}\n", line);
-  // One write, so that lines of several processes do not mix; a trace that cannot be written is lost.
-  [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
-}
-
 }  // namespace
 
 TraceHandle& TraceHandle::instance(std::string_view name) {
   Facility& facility = Facility::instance();
   std::unique_ptr<TraceHandle>& handle = facility.handles[Kestor::String(name)];
   if (!handle) {
-    const auto it = facility.selected.find(name);
-    handle.reset(new TraceHandle(Kestor::String(name), it == facility.selected.end() ? errorLevelOnly : it->second));
+    handle.reset(new TraceHandle(Kestor::String(name), facility.levelsOf(name)));
   }
   return *handle;
 }
 
 void TraceHandle::emit(unsigned level, const Kestor::String& message) const {
-  const std::string line = fmt::format("{}/{} {}", name_, level, message);
-  if (const auto& sink = Facility::instance().sink) {
-    sink(line);
+  Facility& facility = Facility::instance();
+  const std::string line = fmt::format("{}/{} {}\n", name_, level, message);
+  if (facility.sink) {
+    facility.sink({line.data(), line.size() - 1});
   } else {
-    writeToStandardError(line);
+    facility.standardError.write(line);
   }
 }
 
@@ -86,7 +86,7 @@ void TraceSettings::select(std::string_view selection) {
     const std::string_view levels = slash == std::string_view::npos ? "" : item.substr(slash + 1);
     const Kestor::String handle(item.substr(0, slash));
     if (handle.empty()) parseLevel("", item);
-    std::uint32_t& mask = selected.emplace(handle, errorLevelOnly).first->second;
+    std::uint32_t& mask = selected[handle];
     if (levels == "off") {
       mask = 0;
     } else {
@@ -94,16 +94,13 @@ void TraceSettings::select(std::string_view selection) {
     }
   }
   facility.selected = std::move(selected);
-  for (const auto& [name, handle] : facility.handles) {
-    const auto it = facility.selected.find(name);
-    handle->levels_ = it == facility.selected.end() ? errorLevelOnly : it->second;
-  }
+  for (const auto& [name, handle] : facility.handles) handle->levels_ = facility.levelsOf(name);
 }
 
 void TraceSettings::reset() {
   Facility& facility = Facility::instance();
   facility.selected.clear();
-  for (const auto& [name, handle] : facility.handles) handle->levels_ = errorLevelOnly;
+  for (const auto& [name, handle] : facility.handles) handle->levels_ = 0;
 }
 
 void TraceSettings::sinkIs(Sink sink) { Facility::instance().sink = std::move(sink); }

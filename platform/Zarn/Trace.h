@@ -11,7 +11,7 @@
 
 namespace Zarn {
 
-/// A named source of trace lines with 32 levels. Level 0 carries errors and is on unless switched off.
+/// A named source of trace lines with 32 levels, of which level 0 carries errors. Each is off until it is selected.
 ///
 /// A line is written whole, as `<handle>/<level> <message>`, to standard error or to the sink set instead.
 class TraceHandle {
@@ -33,7 +33,7 @@ class TraceHandle {
 
  private:
   friend class TraceSettings;
-  explicit TraceHandle(Kestor::String name, std::uint32_t levels) : name_(std::move(name)), levels_(levels) {}
+  TraceHandle(Kestor::String name, std::uint32_t levels) : name_(std::move(name)), levels_(levels) {}
 
   // Numbers and pointers by value: for a reference to one, it would be put into memory before the test of the level.
   template <class Part>
@@ -59,12 +59,12 @@ class TraceSettings {
   using Sink = std::function<void(std::string_view line)>;
 
   /// Applies a selection such as "Snmp/0-2,PtpSnmp/8", to handles that exist and to those made later. Items are
-  /// `<handle>/<level>`, `<handle>/<first>-<last>`, which add levels, and `<handle>/off`, which switches all
-  /// levels of the handle off, level 0 included. Levels run from 0 to 31. Throws RangeException, naming the
-  /// item, and then changes nothing.
+  /// `<handle>/<level>`, `<handle>/<first>-<last>`, which add exactly these levels, and `<handle>/off`, which switches
+  /// all levels of the handle off. Levels run from 0 to 31. Throws RangeException, naming the item, and then changes
+  /// nothing.
   static void select(std::string_view selection);
 
-  /// Forgets every selection: level 0 alone is on.
+  /// Forgets every selection: no level is on.
   static void reset();
 
   /// Receives each line, without its newline, instead of standard error; an empty sink brings that back.

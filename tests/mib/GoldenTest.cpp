@@ -5,7 +5,6 @@
 
 #include "Device.h"
 #include "SnmpAgent.h"
-#include "TraceCapture.h"
 
 namespace {
 
@@ -22,7 +21,6 @@ class GoldenTest : public testing::TestWithParam<Clock> {
  protected:
   GoldenTest() { GetParam().populate(device_); }
 
-  const TraceCapture quiet_{"Snmp/off"};  // columns that are not served are told at level 0
   ServedDevice device_;
   SnmpAgent& agent_ = SnmpAgent::instance();
   const std::vector<Varbind> golden_ = goldenList(GetParam().golden);

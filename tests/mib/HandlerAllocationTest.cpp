@@ -6,7 +6,6 @@
 #include <new>
 
 #include "Requests.h"
-#include "Zarn/Trace.h"
 
 namespace {
 std::size_t allocations = 0;
@@ -81,11 +80,9 @@ TEST(HandlerAllocationTest, RefusalsAllocateNothing) {
     for (const int mode : {int{MODE_GET}, int{MODE_SET_RESERVE1}}) {
       Requests requests(t, mode);
       requests.add(1, &walk);
-      Zarn::TraceSettings::select("Snmp/off");
       allocations = 0;
       requests.handle();
       EXPECT_EQ(allocations, 0U) << t.name;
-      Zarn::TraceSettings::reset();
     }
   }
 }

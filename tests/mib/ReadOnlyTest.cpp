@@ -30,7 +30,6 @@ class ReadOnlyTest : public testing::Test {
     }
   }
 
-  const TraceCapture quiet_{"Snmp/off"};  // columns that are not served are told at level 0
   ServedDevice device_;
   SnmpAgent& agent_ = SnmpAgent::instance();
   const std::vector<Varbind> golden_ = goldenList("transparent.txt");

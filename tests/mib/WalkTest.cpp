@@ -6,7 +6,6 @@
 
 #include "Device.h"
 #include "SnmpAgent.h"
-#include "TraceCapture.h"
 #include "ptpbaseMIB/ptpbaseMIB.h"
 
 namespace {
@@ -15,7 +14,6 @@ using namespace test;
 
 class WalkTest : public testing::Test {
  protected:
-  const TraceCapture quiet_{"Snmp/off"};  // columns that are not served are told at level 0
   SnmpAgent& agent_ = SnmpAgent::instance();
 };
 

@@ -33,35 +33,42 @@ TEST_F(TraceTest, AHandleIsOnePerName) {
   EXPECT_EQ(snmp.name(), "Snmp");
 }
 
-TEST_F(TraceTest, OnlyErrorsAreOnAtFirst) { EXPECT_EQ(levelsOn(snmp), (std::vector{0U})); }
+TEST_F(TraceTest, NoLevelIsOnUntilItIsSelected) {
+  EXPECT_EQ(levelsOn(TraceHandle::instance("NeverSelected")), std::vector<unsigned>{});
+}
 
-TEST_F(TraceTest, ASelectionSwitchesOnLevelsAndRanges) {
+TEST_F(TraceTest, ASelectionSwitchesOnTheLevelsAndRangesThatItNames) {
   TraceSettings::select("Snmp/0-2,PtpSnmp/8");
   EXPECT_EQ(levelsOn(snmp), (std::vector{0U, 1U, 2U}));
-  EXPECT_EQ(levelsOn(ptpSnmp), (std::vector{0U, 8U}));
+  EXPECT_EQ(levelsOn(ptpSnmp), (std::vector{8U}));
 }
 
 TEST_F(TraceTest, SelectionsAddUp) {
   TraceSettings::select("Snmp/1");
   TraceSettings::select("Snmp/31,Snmp/8-9");
-  EXPECT_EQ(levelsOn(snmp), (std::vector{0U, 1U, 8U, 9U, 31U}));
+  EXPECT_EQ(levelsOn(snmp), (std::vector{1U, 8U, 9U, 31U}));
 }
 
-TEST_F(TraceTest, OffSwitchesOffEvenErrors) {
+TEST_F(TraceTest, OffSwitchesOffEveryLevelSelectedBefore) {
   TraceSettings::select("Snmp/0-31,Snmp/off");
   EXPECT_EQ(levelsOn(snmp), std::vector<unsigned>{});
+}
+
+TEST_F(TraceTest, AfterAResetNoLevelIsOn) {
+  TraceSettings::select("Snmp/0-31");
   TraceSettings::reset();
-  EXPECT_EQ(levelsOn(snmp), (std::vector{0U}));
+  EXPECT_EQ(levelsOn(snmp), std::vector<unsigned>{});
 }
 
 TEST_F(TraceTest, ASelectionHoldsForHandlesMadeLater) {
   TraceSettings::select("MadeAfterItsSelection/4");
-  EXPECT_EQ(levelsOn(TraceHandle::instance("MadeAfterItsSelection")), (std::vector{0U, 4U}));
+  EXPECT_EQ(levelsOn(TraceHandle::instance("MadeAfterItsSelection")), (std::vector{4U}));
 }
 
 TEST_F(TraceTest, AnEmptySelectionChangesNothing) {
+  TraceSettings::select("Snmp/3");
   TraceSettings::select("");
-  EXPECT_EQ(levelsOn(snmp), (std::vector{0U}));
+  EXPECT_EQ(levelsOn(snmp), (std::vector{3U}));
 }
 
 TEST_F(TraceTest, ABadItemIsNamedAndNothingIsSelected) {
@@ -73,8 +80,8 @@ TEST_F(TraceTest, ABadItemIsNamedAndNothingIsSelected) {
     } catch (const Zarn::RangeException& error) {
       EXPECT_NE(std::string(error.what()).find('"' + bad + '"'), std::string::npos) << error.what();
     }
-    EXPECT_EQ(levelsOn(snmp), (std::vector{0U})) << bad;
-    EXPECT_EQ(levelsOn(ptpSnmp), (std::vector{0U})) << bad;
+    EXPECT_EQ(levelsOn(snmp), std::vector<unsigned>{}) << bad;
+    EXPECT_EQ(levelsOn(ptpSnmp), std::vector<unsigned>{}) << bad;
   }
   EXPECT_THROW(TraceSettings::select(",Snmp/1"), Zarn::RangeException);
 }
@@ -111,6 +118,7 @@ TEST_F(TraceTest, NothingIsFormattedWhileTheLevelIsOff) {
 }
 
 TEST_F(TraceTest, WithoutASinkALineGoesToStandardError) {
+  TraceSettings::select("Snmp/0");
   testing::internal::CaptureStderr();
   snmp.trace(0, "an error");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "Snmp/0 an error\n");
