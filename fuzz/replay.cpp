@@ -1,4 +1,4 @@
-// Replay files, played to a status. The first byte says whether the file repeats.
+// Replay files, read in the smallest slices and played to a status. The first byte says whether the file repeats.
 #include "Replay.h"
 
 #include <sstream>
@@ -15,7 +15,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   StatusWriter writer(Kestor::make<Ptp::Status>("status"), Kestor::make<IntfSnmp::IfMib>("ifMib"));
   Replay replay("input", std::make_unique<std::istringstream>(input.restAsText()), repeat);
   Replay::Seconds shown{0};
-  for (int i = 0; i < mostSteps && replay.due(); ++i) {
+  const auto nextIsDue = [&] {
+    while (replay.isReading()) replay.read([] { return true; });
+    return replay.due().has_value();
+  };
+  for (int i = 0; i < mostSteps && nextIsDue(); ++i) {
     const Replay::Seconds due = *replay.due();
     bool taken = false;
     const auto refusal = replay.step([&](const StatusSnapshot& snapshot) {

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Pacer.h"
 #include "Source.h"
 #include "Zarn/SlabAllocator.h"
 
@@ -54,8 +55,14 @@ using Json = nlohmann::basic_json<std::map, std::vector, std::string, bool, std:
 
 static_assert(std::numeric_limits<long double>::digits >= 64, "a time interval needs 64 significant bits");
 
-/// Throws DocumentError where the text is not JSON, where an object has one member twice, or where it is
-/// nested so deeply that handling it could exhaust the stack.
+/// Reads a text, piece by piece, into `result`, which is null before. No status document has an array: of one, the last
+/// element alone is kept, so that it takes no memory and no time to move.
+///
+/// Throws DocumentError where the text is not JSON; where an object has one member twice; where it is nested so deeply
+/// that handling it could exhaust the stack; or where a name, a text, a number or a gap is so long that the parser
+/// would be busy with it alone. Part of it is in `result` then, and is the caller's to destroy in its own time.
+void parseJson(std::string_view text, Json& result, Pacer& pacer);
+/// The same, at once.
 Json parseJson(std::string_view text);
 
 /// For messages: the text cut to a length and with all but printable ASCII escaped.

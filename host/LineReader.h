@@ -5,7 +5,11 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
+
+#include "Pacer.h"
 
 namespace host {
 
@@ -22,18 +26,23 @@ class LineReader {
 
   explicit LineReader(std::unique_ptr<std::istream> input) : input_(std::move(input)) {}
 
-  /// The next line without its end; the last one may lack one. False after the last line. Throws LineError
-  /// where the line is too long or the text cannot be read.
-  bool next(std::string& line);
-  /// The number of the line that next() read, from 1.
+  /// The next line that is not blank, without its end; the last one may lack one. False after the last line. Throws
+  /// LineError where a line is too long or the text cannot be read.
+  bool next(std::string& line, Pacer& pacer);
+  /// The number of the line that next() read, from 1; blank ones count.
   std::size_t number() const noexcept { return number_; }
   /// Goes back to the first line. False where the text cannot be read twice.
   bool rewind();
 
  private:
+  bool readBlock(Pacer& pacer);
+  void skipBlankLines();
   [[noreturn]] void giveUp(const std::string& reason);
 
   std::unique_ptr<std::istream> input_;
+  std::vector<char> block_;
+  std::string_view rest_;  ///< of the block, to be looked at
+  std::size_t ends_ = 0;   ///< of lines, before the rest
   std::size_t number_ = 0;
 };
 

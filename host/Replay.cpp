@@ -2,8 +2,9 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
+#include <utility>
 
+#include "JsonPatch.h"
 #include "StatusDocument.h"
 
 namespace host {
@@ -17,9 +18,8 @@ constexpr Seconds latest{1e9};
 // A line whose time cannot be read is due a moment after the line before it.
 constexpr Seconds moment = 1ms;
 
-bool isBlank(std::string_view text) { return text.find_first_not_of(" \t\r") == std::string_view::npos; }
-
-const Json& memberOf(const Json& line, const char* name) {
+template <class AnyJson>  // const or not
+AnyJson& memberOf(AnyJson& line, const char* name) {
   const auto member = line.find(name);
   if (member == line.end()) throw DocumentError(fmt::format("{}: is missing", name));
   return *member;
@@ -38,8 +38,8 @@ Seconds timeOf(const Json& line, Seconds before) {
   return time;
 }
 
-const Json& statusOf(const Json& line) {
-  const Json& status = memberOf(line, "status");
+Json& statusOf(Json& line) {
+  Json& status = memberOf(line, "status");
   if (!status.is_object()) throw DocumentError(fmt::format("status: {} is not an object", describe(status)));
   return status;
 }
@@ -54,8 +54,17 @@ void refuseUnknown(const Json& line) {
 }  // namespace
 
 Replay::Replay(std::string name, std::unique_ptr<std::istream> text, Repeat repeat)
-    : name_(std::move(name)), reader_(std::move(text)), repeat_(repeat) {
-  readAhead();
+    : name_(std::move(name)),
+      reader_(std::move(text)),
+      repeat_(repeat),
+      reading_([this](Pacer& pacer) { readAhead(pacer); }) {
+  reading_.begin();
+}
+
+void Replay::read(const Enough& enough) { reading_.run(enough); }
+
+void Replay::read() {
+  read([] { return false; });
 }
 
 std::optional<Seconds> Replay::due() const {
@@ -64,67 +73,79 @@ std::optional<Seconds> Replay::due() const {
 }
 
 std::optional<std::string> Replay::step(const SnapshotSink& sink) {
-  Line line = std::move(*next_);
-  const std::size_t number = line.number;
-  const std::optional<std::string> refusal = line.refusal ? line.refusal : publish(line, sink);
-  readAhead();
-  if (!refusal) return std::nullopt;
-  return fmt::format("{}:{}: {}", name_, number, *refusal);
+  last_ = std::move(*next_);
+  next_.reset();
+  reading_.begin();
+  if (!last_.refusal) publish(last_, sink);
+  if (!last_.refusal) return std::nullopt;
+  return fmt::format("{}:{}: {}", name_, last_.number, *last_.refusal);
 }
 
-std::optional<std::string> Replay::publish(Line& line, const SnapshotSink& sink) {
+void Replay::publish(Line& line, const SnapshotSink& sink) {
   MonotonicCounters counters = counters_;
   if (repeat_ == Repeat::yes) counters.apply(line.snapshot);
   try {
     sink(line.snapshot);
   } catch (const StatusRefused& refusal) {
-    return refusal.what();
+    line.refusal = refusal.what();
+    return;
   }
   counters_ = std::move(counters);
-  accepted_ = std::move(line);
+  acceptedAt_ = line.at;
   begun_ = true;
-  return std::nullopt;
 }
 
-void Replay::readAhead() {
-  next_ = readLine();
-  if (!next_ && startOver()) next_ = readLine();
+void Replay::readAhead(Pacer& pacer) {
+  leaveBehind(last_, pacer);
+  next_ = readLine(pacer);
+  if (!next_ && startOver(pacer)) next_ = readLine(pacer);
 }
 
-std::optional<Replay::Line> Replay::readLine() {
+// All that may be large is emptied piece by piece before it is destroyed.
+void Replay::leaveBehind(Line& line, Pacer& pacer) {
+  if (line.refusal) {
+    Json redo = applyPatch(document_, line.undo, pacer);
+    discard(redo, pacer);
+  }
+  discard(line.undo, pacer);
+  discard(line.snapshot, pacer);
+  line = Line();
+}
+
+std::optional<Replay::Line> Replay::readLine(Pacer& pacer) {
   Line line;
-  line.at = accepted_.at + moment;
+  line.at = acceptedAt_ + moment;
+  Json json;
   try {
     std::string text;
-    do {
-      if (!reader_.next(text)) return std::nullopt;
-    } while (isBlank(text));
-    decode(text, line);
+    if (!reader_.next(text, pacer)) return std::nullopt;
+    decode(text, json, line, pacer);
   } catch (const LineError& error) {
     line.refusal = error.what();
   } catch (const StatusRefused& refusal) {
     line.refusal = refusal.what();
   }
+  discard(json, pacer);
   if (line.refusal && !begun_) line.at = Seconds(0);
   line.number = reader_.number();
   return line;
 }
 
-void Replay::decode(const std::string& text, Line& line) const {
-  const Json json = parseJson(text);
+void Replay::decode(const std::string& text, Json& json, Line& line, Pacer& pacer) {
+  parseJson(text, json, pacer);
   if (!json.is_object()) throw DocumentError(fmt::format("{} is not an object", describe(json)));
-  line.at = timeOf(json, accepted_.at);
+  line.at = timeOf(json, acceptedAt_);
   refuseUnknown(json);
-  line.document = accepted_.document;
-  line.document.merge_patch(statusOf(json));
-  line.snapshot = snapshotFromDocument(line.document);
+  line.undo = applyPatch(document_, statusOf(json), pacer);
+  readSnapshot(document_, line.snapshot, pacer);
 }
 
 // A run that takes no time cannot be repeated.
-bool Replay::startOver() {
-  if (repeat_ == Repeat::no || accepted_.at == Seconds(0) || !reader_.rewind()) return false;
-  runStart_ += accepted_.at;
-  accepted_ = Line();
+bool Replay::startOver(Pacer& pacer) {
+  if (repeat_ == Repeat::no || acceptedAt_ == Seconds(0) || !reader_.rewind()) return false;
+  runStart_ += std::exchange(acceptedAt_, Seconds(0));
+  discard(document_, pacer);
+  document_ = Json::object();
   counters_.newRun();
   return true;
 }

@@ -17,9 +17,10 @@ namespace {
 using namespace std::chrono_literals;
 using Seconds = Replay::Seconds;
 
-// A burst of lines must not keep SNMP requests waiting, whether they are many or large.
+// Neither a burst of lines nor a large one must keep SNMP requests waiting. Between two turns is a millisecond at
+// least.
 constexpr int maxLinesAtOnce = 64;
-constexpr auto longestServe = 10ms;
+constexpr auto longestServe = 5ms;
 
 // Timers need not take any delay that a replay may ask for.
 constexpr Seconds longestWait = 1h;
@@ -59,11 +60,13 @@ std::unique_ptr<ReplaySource> ReplaySource::open(EventLoop& loop, const std::str
 }
 
 void ReplaySource::start(SnapshotSink sink) {
+  replay_.read();
   if (!replay_.due()) throw std::runtime_error(fmt::format("{}: holds no status", name_));
   sink_ = std::move(sink);
   start_ = std::chrono::steady_clock::now();
   while (replay_.due() == Seconds(0)) {
     if (const auto refusal = replay_.step(sink_)) throw std::runtime_error(*refusal);
+    replay_.read();
   }
   waitForNext();
 }
@@ -71,13 +74,20 @@ void ReplaySource::start(SnapshotSink sink) {
 void ReplaySource::serve() {
   const auto isDue = [this] { return replay_.due() && *replay_.due() <= elapsed(); };
   const auto began = elapsed();
-  for (int lines = 0; lines < maxLinesAtOnce && isDue() && elapsed() - began < longestServe; ++lines) {
+  const auto enough = [this, began] { return elapsed() - began >= longestServe; };
+  for (int lines = 0; lines < maxLinesAtOnce && !enough(); ++lines) {
+    replay_.read(enough);
+    if (replay_.isReading() || !isDue()) break;
     if (const auto refusal = replay_.step(sink_)) spdlog::error("{}; the line is ignored", *refusal);
   }
   waitForNext();
 }
 
 void ReplaySource::waitForNext() {
+  if (replay_.isReading()) {
+    timer_ = loop_.after(0ms, [this] { serve(); });
+    return;
+  }
   const auto due = replay_.due();
   if (!due) {
     timer_.reset();

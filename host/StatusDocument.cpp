@@ -73,14 +73,16 @@ Value fromText(const Json& json, const Path& path, std::string_view expected) {
 
 /// Reads each kind of value. The overloads stand in one class so that each can call any other.
 struct Decoder {
-  static void read(const Json& json, const Path& path, bool& value) {
+  Pacer& pacer;
+
+  void read(const Json& json, const Path& path, bool& value) const {
     if (!json.is_boolean()) refuse(path, json, "true or false");
     value = json.get<bool>();
   }
 
   template <std::integral T>
-  static void read(const Json& json, const Path& path, T& value, T least = std::numeric_limits<T>::min(),
-                   T most = std::numeric_limits<T>::max()) {
+  void read(const Json& json, const Path& path, T& value, T least = std::numeric_limits<T>::min(),
+            T most = std::numeric_limits<T>::max()) const {
     // Every 64-bit integer is exact as a long double, and a number such as 1e3 is as whole as 1000.
     if (!json.is_number()) refuse(path, json, "a whole number");
     const auto number = json.get<long double>();
@@ -91,19 +93,19 @@ struct Decoder {
     value = static_cast<T>(number);
   }
 
-  static void read(const Json& json, const Path& path, Pelor::NetU16& value) {
+  void read(const Json& json, const Path& path, Pelor::NetU16& value) const {
     std::uint16_t number = 0;
     read(json, path, number);
     value.valueIs(number);
   }
 
-  static void read(const Json& json, const Path& path, Signed16 value) {
+  void read(const Json& json, const Path& path, Signed16 value) const {
     std::int16_t number = 0;
     read(json, path, number);
     value.bits.valueIs(static_cast<std::uint16_t>(number));
   }
 
-  static void read(const Json& json, const Path& path, Nanoseconds value) {
+  void read(const Json& json, const Path& path, Nanoseconds value) const {
     if (!json.is_number()) refuse(path, json, "a number of nanoseconds");
     const long double scaled = std::nearbyint(json.get<long double>() * 0x1p16L);
     if (scaled < -0x1p63L || scaled >= 0x1p63L) {
@@ -114,7 +116,7 @@ struct Decoder {
   }
 
   template <Zarn::RegisteredEnum E>
-  static void read(const Json& json, const Path& path, E& value) {
+  void read(const Json& json, const Path& path, E& value) const {
     const Zarn::EnumData& data = enumData(value);
     std::uint8_t code = 0;
     if (!json.is_string()) {
@@ -129,30 +131,30 @@ struct Decoder {
     value = static_cast<E>(code);
   }
 
-  static void read(const Json& json, const Path& path, Name name) {
+  void read(const Json& json, const Path& path, Name name) const {
     static constexpr std::string_view expected = "a name of 1 to 64 bytes without control characters";
     name.text = fromText<std::string>(json, path, expected);
     if (name.text.empty() || name.text.size() > 64) refuse(path, json, expected);
   }
 
-  static void read(const Json& json, const Path& path, Ptp::ClockIdentity& value) {
+  void read(const Json& json, const Path& path, Ptp::ClockIdentity& value) const {
     value = fromText<Ptp::ClockIdentity>(json, path, "a clock identity such as \"001122.fffe.334455\"");
   }
 
-  static void read(const Json& json, const Path& path, Ptp::PortIdentity& value) {
+  void read(const Json& json, const Path& path, Ptp::PortIdentity& value) const {
     value = fromText<Ptp::PortIdentity>(json, path, "a port identity such as \"001122.fffe.334455-1\"");
   }
 
-  static void read(const Json& json, const Path& path, OwnPortIdentity value) {
+  void read(const Json& json, const Path& path, OwnPortIdentity value) const {
     read(json, path, value.identity);
     if (value.identity.portNumber.value() == 0) refuse(path, json, "a port of this clock (1 to 65535)");
   }
 
-  static void read(const Json& json, const Path& path, Pelor::IpGenAddr& value) {
+  void read(const Json& json, const Path& path, Pelor::IpGenAddr& value) const {
     value = fromText<Pelor::IpGenAddr>(json, path, "an IPv4 or IPv6 address");
   }
 
-  static void read(const Json& json, const Path& path, Ptp::ParentSource& source) {
+  void read(const Json& json, const Path& path, Ptp::ParentSource& source) const {
     if (json.is_string()) {
       read(json, path, source.address);
     } else {
@@ -161,18 +163,17 @@ struct Decoder {
   }
 
   template <class T>
-  static void read(const Json& json, const Path& path, std::optional<T>& value) {
+  void read(const Json& json, const Path& path, std::optional<T>& value) const {
     read(json, path, value.emplace());
   }
 
-  static void read(const Json& json, const Path& path, std::map<Ptp::PortDSKey, PortSnapshot>& ports) {
-    std::map<Ptp::PortDSKey, std::string_view> texts;
+  void read(const Json& json, const Path& path, std::map<Ptp::PortDSKey, PortSnapshot>& ports) const {
     for (const auto& [text, member] : objectOf(json, path)) {
       PortSnapshot port;
-      read(Json(text), path, OwnPortIdentity{port.values.portIdentity});
+      port.values.portIdentity = portIdentity(text, path);
       const Ptp::PortDSKey key(port.values.portIdentity);
-      if (const auto [other, isNew] = texts.emplace(key, text); !isNew) {
-        refuse(path, fmt::format("{} and {} name one port", inQuotes(other->second), inQuotes(text)));
+      if (ports.contains(key)) {
+        refuse(path, fmt::format("{} and {} name one port", inQuotes(nameOf(key, json, path)), inQuotes(text)));
       }
       readFields(member, Path(path, text, Path::Step::key), port);
       if (port.values.name.empty()) port.values.name = port.interface;
@@ -181,8 +182,9 @@ struct Decoder {
     }
   }
 
-  static void read(const Json& json, const Path& path, std::map<std::string, std::uint32_t>& ifIndexes) {
+  void read(const Json& json, const Path& path, std::map<std::string, std::uint32_t>& ifIndexes) const {
     for (const auto& [text, member] : objectOf(json, path)) {
+      pacer.spend(nodeWork);
       std::string name;
       read(Json(text), path, Name{name});
       // RFC 2863: an InterfaceIndex is 1 to 2147483647.
@@ -191,25 +193,42 @@ struct Decoder {
   }
 
   template <HasFields T>
-  static void read(const Json& json, const Path& path, T& values) {
+  void read(const Json& json, const Path& path, T& values) const {
     readFields(json, path, values);
   }
 
   template <class T>
-  static void readFields(const Json& json, const Path& path, T& values);
+  void readFields(const Json& json, const Path& path, T& values) const;
+
+ private:
+  Ptp::PortIdentity portIdentity(const std::string& name, const Path& path) const {
+    pacer.spend(nodeWork);
+    Ptp::PortIdentity identity;
+    read(Json(name), path, OwnPortIdentity{identity});
+    return identity;
+  }
+
+  /// The first of the names of this port.
+  const std::string& nameOf(const Ptp::PortDSKey& key, const Json& ports, const Path& path) const {
+    const auto& members = objectOf(ports, path);
+    const auto isIt = [&](const auto& member) { return Ptp::PortDSKey(portIdentity(member.first, path)) == key; };
+    return std::ranges::find_if(members, isIt)->first;
+  }
 };
 
 /// Reads the members of one object, as visitFields() asks for them.
 class ObjectReader {
  public:
-  ObjectReader(const Json& json, const Path& path) : object_(objectOf(json, path)), path_(path) {}
+  ObjectReader(const Decoder& decoder, const Json& json, const Path& path)
+      : decoder_(decoder), object_(objectOf(json, path)), path_(path) {}
 
   template <class T>
   void operator()(std::string_view name, T&& field, Presence presence = Presence::optional) {
+    decoder_.pacer.spend(nodeWork);
     known_.push_back(name);
     const Path path(path_, name);
     if (const auto member = object_.find(name); member != object_.end()) {
-      Decoder::read(member->second, path, std::forward<T>(field));
+      decoder_.read(member->second, path, std::forward<T>(field));
     } else if (presence == Presence::required) {
       refuse(path, "is missing");
     }
@@ -224,14 +243,15 @@ class ObjectReader {
   }
 
  private:
+  const Decoder& decoder_;
   const Json::object_t& object_;
   const Path& path_;
   std::vector<std::string_view> known_;
 };
 
 template <class T>
-void Decoder::readFields(const Json& json, const Path& path, T& values) {
-  ObjectReader reader(json, path);
+void Decoder::readFields(const Json& json, const Path& path, T& values) const {
+  ObjectReader reader(*this, json, path);
   visitFields(values, reader);
   reader.refuseUnknown();
 }
@@ -269,12 +289,41 @@ class FieldLister {
   std::vector<std::string>& paths_;
 };
 
+void discard(std::map<std::string, std::uint32_t>& ifIndexes, Pacer& pacer) {
+  for (; !ifIndexes.empty(); ifIndexes.erase(ifIndexes.begin())) pacer.spend(nodeWork);
+}
+
+// Interfaces that no port uses show nowhere. Where there are more of them than a clock can have ports, the writer is
+// spared them.
+void leaveOutUnused(StatusSnapshot& snapshot, Pacer& pacer) {
+  if (snapshot.interfaces.size() <= std::numeric_limits<std::uint16_t>::max()) return;
+  std::map<std::string, std::uint32_t> used;
+  for (const auto& [key, port] : snapshot.ports) {
+    pacer.spend(nodeWork);
+    if (auto node = snapshot.interfaces.extract(port.interface)) used.insert(std::move(node));
+  }
+  snapshot.interfaces.swap(used);
+  discard(used, pacer);
+}
+
 }  // namespace
+
+void readSnapshot(const Json& document, StatusSnapshot& snapshot, Pacer& pacer) {
+  Decoder{pacer}.read(document, Path(), snapshot);
+  leaveOutUnused(snapshot, pacer);
+}
 
 StatusSnapshot snapshotFromDocument(const Json& document) {
   StatusSnapshot snapshot;
-  Decoder::read(document, Path(), snapshot);
+  Unpaced pacer;
+  readSnapshot(document, snapshot, pacer);
   return snapshot;
+}
+
+void discard(StatusSnapshot& snapshot, Pacer& pacer) {
+  for (; !snapshot.ports.empty(); snapshot.ports.erase(snapshot.ports.begin())) pacer.spend(nodeWork);
+  discard(snapshot.interfaces, pacer);
+  snapshot = {};
 }
 
 std::vector<std::string> statusDocumentFields() {
