@@ -161,7 +161,8 @@ def unacceptable(identifier):
 
 
 def lines_after_ready(daemon):
-    return daemon.output().partition("is ready")[2].split("1.3.6.1.2.1.241\n", 1)[1].splitlines()
+    said = daemon.output().partition("is ready")[2].split("1.3.6.1.2.1.241\n", 1)[1].splitlines()
+    return [line for line in said if not line.startswith("ACCESS is ")]
 
 
 class Requests(unittest.TestCase):
@@ -175,7 +176,8 @@ class Requests(unittest.TestCase):
                 self.assertEqual(daemon.stop(), 0)
                 self.assertEqual(lines_after_ready(daemon), [])
 
-    def test_a_complaint_of_the_library_is_said_once_and_then_counted(self):
+    def test_a_complaint_of_the_gate_is_said_once_and_then_counted(self):
+        complaint = "a message that is not well-formed SNMP is dropped"
         with scratch_folder() as folder, Daemon(folder) as daemon, udp_socket(daemon.port) as asking:
             for identifier in range(500):
                 asking.send(unacceptable(identifier))
@@ -183,17 +185,35 @@ class Requests(unittest.TestCase):
                     self.assertTrue(walk(daemon.port))  # all before was read
             self.assertTrue(walk(daemon.port))
             said = lines_after_ready(daemon)
-            self.assertEqual(said, ["ptpsnmpd: error: Received bad msgMaxSize (100 < 484)."])
+            self.assertEqual(said, [f"ptpsnmpd: warning: {complaint}"])
             self.assertEqual(daemon.stop(), 0)
-            self.assertEqual(lines_after_ready(daemon), [
-                *said, "ptpsnmpd: error: 499 more in the last hour like this: Received bad msgMaxSize (100 < 484)."])
+            self.assertEqual(lines_after_ready(daemon),
+                             [*said, f"ptpsnmpd: warning: 499 more in the last hour like this: {complaint}"])
+
+    def test_a_complaint_of_the_library_is_said_once_and_then_counted(self):
+        complaint = "Authentication failed for reader"
+        with scratch_folder() as folder:
+            configuration = folder / "ptpsnmpd.conf"
+            configuration.write_text("createUser reader SHA authentication\nrouser reader auth\n", encoding="utf-8")
+            with Daemon(folder, "--config", configuration) as daemon:
+                for _ in range(3):
+                    wrong = subprocess.run(
+                        ["snmpget", "-v3", "-u", "reader", "-l", "authNoPriv", "-a", "SHA", "-A", "another one", "-r", "0",
+                         "-t", "2", "-m", "", f"127.0.0.1:{daemon.port}", "1.3.6.1.2.1.1.3.0"],
+                        capture_output=True, timeout=30)
+                    self.assertNotEqual(wrong.returncode, 0)
+                said = lines_after_ready(daemon)
+                self.assertEqual(said, [f"ptpsnmpd: warning: {complaint}"])
+                self.assertEqual(daemon.stop(), 0)
+                self.assertEqual(lines_after_ready(daemon),
+                                 [*said, f"ptpsnmpd: warning: 2 more in the last hour like this: {complaint}"])
 
     def test_with_the_level_debug_each_complaint_is_said(self):
         with scratch_folder() as folder, Daemon(folder, "--log-level", "debug") as daemon, \
                 udp_socket(daemon.port) as asking:
             for identifier in range(20):
                 asking.send(unacceptable(identifier))
-            wait_for("all", lambda: daemon.output().count("Received bad msgMaxSize") == 20)
+            wait_for("all", lambda: daemon.output().count("is not well-formed SNMP") == 20)
 
     def test_each_fault_of_a_configuration_is_said_at_the_start_and_at_a_reload(self):
         with scratch_folder() as folder:
