@@ -4,6 +4,8 @@
 
 #include "NetSnmp.h"
 
+#include <spdlog/spdlog.h>
+
 #include <array>
 #include <cstring>
 #include <optional>
@@ -62,6 +64,7 @@ char* addressText(netsnmp_transport*, const void*, int) { return strdup("callbac
 class Agent {
  public:
   Agent() {
+    spdlog::set_level(spdlog::level::off);
     test::initTestAgent("fuzz");
     auto* const transport = static_cast<netsnmp_transport*>(std::calloc(1, sizeof(netsnmp_transport)));
     transport->domain = netsnmpUDPDomain;
