@@ -115,8 +115,9 @@ class Alone(BoundedWork):
         self.serve()
         for first in (0, 10000, PORTS - 50):
             varbinds = self.assert_error(reading(GETBULK, [cell(first), cell(first, NEXT_COLUMN)], 50), NO_ERROR).varbinds
+            following = range(first + 1, first + 51)
             self.assertEqual([oid for oid, _, _ in varbinds],
-                             [cell(port, column) for port in range(first + 1, first + 51) for column in (COLUMN, NEXT_COLUMN)])
+                             [cell(port, column) for port in following for column in (COLUMN, NEXT_COLUMN)])
 
     def test_more_names_than_any_answer_could_have_are_too_big(self):
         self.serve()

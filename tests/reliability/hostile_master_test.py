@@ -143,8 +143,8 @@ class HostileMaster(unittest.TestCase):
                 for kind in (GET, GETNEXT):
                     for below in (150, 255 - len(COLUMN), 129 - len(COLUMN)):
                         self.assert_answered(ask, writer.get((*COLUMN, *(1,) * below), kind=kind), PARSE_ERROR)
-                    self.assert_answered(ask, writer.get((*COLUMN[5:], *(1,) * (124 - len(COLUMN) + 5)), kind=kind, prefix=2),
-                                         PARSE_ERROR)
+                    behind_the_prefix = (*COLUMN[5:], *(1,) * (129 - len(COLUMN)))  # 124 sub-identifiers
+                    self.assert_answered(ask, writer.get(behind_the_prefix, kind=kind, prefix=2), PARSE_ERROR)
                     self.assert_answered(ask, writer.get(PRIORITY1, (*COLUMN, *(1,) * 150), kind=kind), PARSE_ERROR)
                 bulk = writer.pack("HH", 0, 10) + writer.name((*COLUMN, *(1,) * 150)) + writer.name(())
                 self.assert_answered(ask, writer.message(GETBULK, bulk), PARSE_ERROR)

@@ -46,7 +46,8 @@ MALFORMED = {
     "followed by an octet": GOOD + b"\0",
     "a length that is too large": GOOD[:1] + bytes([GOOD[1] + 1]) + GOOD[2:],
     "a length that is too small": GOOD[:1] + bytes([GOOD[1] - 1]) + GOOD[2:],
-    "a varbind that is longer than its list": message(request(listed=bytes([SEQUENCE, 40]) + object_identifier(PRIORITY1))),
+    "a varbind that is longer than its list": message(request(
+        listed=bytes([SEQUENCE, 40]) + object_identifier(PRIORITY1))),
     "a value that is longer than its varbind": GOOD[:-1] + b"\1",
     "a name of 129 sub-identifiers": message(request(name=TOO_LONG_NAME)),
     "a name that does not end": message(request(name=b"\x06\x02\x2b\x86")),

@@ -1,4 +1,5 @@
-"""Stands between a client and an agent, and keeps what they say: for messages that only net-snmp's commands can make."""
+"""Stands between a client and an agent, and keeps what they say: net-snmp's commands make messages that are hard to make
+otherwise."""
 
 import contextlib
 import select
