@@ -61,8 +61,12 @@ int parse(netsnmp_session* session, netsnmp_pdu* pdu, u_char* message, std::size
   return snmp_parse(found, session, pdu, message, length);
 }
 
+// The library ends a connection only for a length below 0; any other it would wait for.
 int messageLength(u_char* beginning, std::size_t length) noexcept {
-  return static_cast<int>(gate::snmpMessageLength({beginning, length}));
+  const std::size_t whole = gate::snmpMessageLength({beginning, length});
+  if (whole <= gate::largestSnmpMessage) return static_cast<int>(whole);
+  passes(SnmpVerdict::notWellFormed);
+  return -1;
 }
 
 int answer(int operation, netsnmp_session* session, int requestId, netsnmp_pdu* pdu, void* magic) noexcept {
@@ -92,7 +96,7 @@ void gateDeciphered() {
   decipher = std::exchange(userBased->decode, decipherAndJudge);
 }
 
-[[noreturn]] void refuse(const std::string& address, const char* reason) {
+[[noreturn]] void refuse(const std::string& address, const std::string& reason) {
   throw std::runtime_error(fmt::format("cannot listen on {}: {}", address, reason));
 }
 
@@ -121,7 +125,9 @@ bool serveOn(netsnmp_transport& transport) {
 void listenOn(const std::string& address) {
   errno = 0;
   netsnmp_transport* const transport = netsnmp_transport_open_server("snmp", address.c_str());
-  if (transport == nullptr) refuse(address, errno != 0 ? std::strerror(errno) : "no such address");
+  if (transport == nullptr) {
+    refuse(address, errno != 0 ? std::strerror(errno) : fmt::format("no such address; {}", servedTransports));
+  }
   if (!isServed(*transport)) {
     transport->f_close(transport);
     netsnmp_transport_free(transport);

@@ -47,8 +47,11 @@ spdlog::level::level_enum levelOf(int priority) {
   return spdlog::level::debug;  // what it merely notes is no news to an operator
 }
 
-// A refused registration is what AgentXLink sees to, and says once for all tables.
-bool isOthersToSay(std::string_view text) { return text.starts_with("registering pdu failed"); }
+// A refused registration is what AgentXLink sees to, and says once for all tables; octets on a connection that begin no
+// message are the Listener's to say.
+bool isOthersToSay(std::string_view text) {
+  return text.starts_with("registering pdu failed") || text.starts_with("Received broken packet");
+}
 
 // Sends the library's log lines where ours go.
 int logLibraryMessage(int, int, void* message, void*) {

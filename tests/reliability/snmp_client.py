@@ -1,5 +1,5 @@
-"""SNMPv2c in a few lines, for tests that ask more than command-line clients can: many clients in one process, and
-answers to be looked at octet by octet. OIDs are tuples of numbers."""
+"""SNMP in a few lines, for tests that ask more than command-line clients can: many clients in one process, and answers
+to be looked at octet by octet. OIDs are tuples of numbers."""
 
 import itertools
 import socket
@@ -9,6 +9,7 @@ INTEGER, OCTETS, NULL, OID, SEQUENCE = 0x02, 0x04, 0x05, 0x06, 0x30
 COUNTER32, GAUGE32, TIMETICKS, COUNTER64 = 0x41, 0x42, 0x43, 0x46
 NO_SUCH_OBJECT, NO_SUCH_INSTANCE, END_OF_MIB_VIEW = 0x80, 0x81, 0x82
 EXCEPTIONS = (NO_SUCH_OBJECT, NO_SUCH_INSTANCE, END_OF_MIB_VIEW)
+VERSION_1, VERSION_2C, VERSION_3 = 0, 1, 3
 LARGEST_MESSAGE = 65535
 
 _identifiers = itertools.count(1)
@@ -49,47 +50,56 @@ def encode(tag, value):
 class Request:
     """A request of an identifier of its own. `varbinds` are (OID, tag, value)."""
 
-    def __init__(self, kind, varbinds, repetitions=0, community="public"):
+    def __init__(self, kind, varbinds, repetitions=0, community="public", version=VERSION_2C, non_repeaters=0):
         self.kind, self.repetitions = kind, repetitions
         self.oids = [oid for oid, _, _ in varbinds]
         self.identifier = next(_identifiers) & 0x7fffffff
         listed = b"".join(tlv(SEQUENCE, object_identifier(oid) + encode(tag, value)) for oid, tag, value in varbinds)
-        head = integer(self.identifier) + integer(0) + integer(repetitions)
-        self.message = tlv(SEQUENCE, integer(1) + tlv(OCTETS, community.encode())
-                           + tlv(kind, head + tlv(SEQUENCE, listed)))
+        head = integer(self.identifier) + integer(non_repeaters) + integer(repetitions)
+        self.pdu = tlv(kind, head + tlv(SEQUENCE, listed))
+        self.message = tlv(SEQUENCE, integer(version) + tlv(OCTETS, community.encode()) + self.pdu)
 
 
-def reading(kind, oids, repetitions=0, community="public"):
-    return Request(kind, [(oid, NULL, None) for oid in oids], repetitions, community)
+def reading(kind, oids, repetitions=0, community="public", version=VERSION_2C, non_repeaters=0):
+    return Request(kind, [(oid, NULL, None) for oid in oids], repetitions, community, version, non_repeaters)
 
 
 class Response:
-    """Raises ValueError where the message is not a response."""
+    """Raises ValueError where the message is not a response, or is encrypted."""
 
     def __init__(self, message):
         try:
-            _, body, _ = element(message, 0)
-            _, _, rest = element(body, 0)
-            _, _, rest = element(body, rest)
-            tag, pdu, _ = element(body, rest)
+            tag, pdu = pdu_of(message)
             if tag != RESPONSE:
                 raise ValueError(f"not a response: {tag:#x}")
-            _, identifier, rest = element(pdu, 0)
-            _, status, rest = element(pdu, rest)
-            _, index, rest = element(pdu, rest)
-            _, listed, _ = element(pdu, rest)
-            self.identifier = int.from_bytes(identifier, "big", signed=True)
-            self.error = int.from_bytes(status, "big", signed=True)
-            self.error_index = int.from_bytes(index, "big", signed=True)
+            *numbers, (_, listed) = elements(pdu)
+            self.identifier, self.error, self.error_index = (decode(*number) for number in numbers)
             self.varbinds = []
-            rest = 0
-            while rest < len(listed):
-                _, varbind, rest = element(listed, rest)
-                _, oid, at = element(varbind, 0)
-                tag, value, _ = element(varbind, at)
+            for _, varbind in elements(listed):
+                (_, oid), (tag, value) = elements(varbind)
                 self.varbinds.append((decode_oid(oid), tag, decode(tag, value)))
         except IndexError:
             raise ValueError("the message ends too soon") from None
+
+
+def pdu_of(message):
+    """Its tag and content."""
+    version, *rest = elements(element(message, 0)[1])
+    if decode(*version) == VERSION_3:
+        _, _, (tag, scoped) = rest  # behind the header and the security parameters
+        if tag != SEQUENCE:
+            raise ValueError("the message is encrypted")
+        rest = elements(scoped)
+    return rest[-1]
+
+
+def elements(octets):
+    """Tag and content of each."""
+    listed, rest = [], 0
+    while rest < len(octets):
+        tag, content, rest = element(octets, rest)
+        listed.append((tag, content))
+    return listed
 
 
 def element(octets, start):

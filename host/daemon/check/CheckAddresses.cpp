@@ -108,7 +108,8 @@ void reportUnopened(CheckReport& report, const std::string& address, int error) 
       return report.add(Verdict::fails, "addresses", text,
                         "choose an address that this machine has (ip address): --listen, agentAddress");
     default:
-      return report.add(Verdict::fails, "addresses", address + ": no address that can be opened here",
+      return report.add(Verdict::fails, "addresses",
+                        fmt::format("{}: no address that can be opened here; {}", address, servedTransports),
                         "write it as LISTENING ADDRESSES of snmpd(8) says, such as udp:127.0.0.1:1161");
   }
 }
