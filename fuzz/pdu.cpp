@@ -4,6 +4,7 @@
 
 #include "NetSnmp.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <optional>
