@@ -2,6 +2,7 @@
 
 #include "NetSnmp.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdlib>

@@ -2,6 +2,7 @@
 // transparent clock registered. The first byte says whether the input is a message or the plan of one.
 #include "NetSnmp.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "AgentXMessages.h"

@@ -3,6 +3,7 @@
 
 #include "NetSnmp.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "Fuzzer.h"
