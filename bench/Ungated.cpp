@@ -21,7 +21,10 @@ netsnmp_session* snmp_add_full(netsnmp_session* session, netsnmp_transport* tran
 
 int netsnmp_inject_handler_before(netsnmp_handler_registration* registration, netsnmp_mib_handler* handler,
                                   const char* before) {
-  if (std::string_view(handler->handler_name) == "ptpsnmp_work_bound") return SNMP_ERR_GENERR;
+  if (std::string_view(handler->handler_name) == "ptpsnmp_work_bound") {
+    netsnmp_handler_free(handler);
+    return SNMPERR_SUCCESS;
+  }
   const auto library =
       reinterpret_cast<decltype(&netsnmp_inject_handler_before)>(dlsym(RTLD_NEXT, "netsnmp_inject_handler_before"));
   return library(registration, handler, before);

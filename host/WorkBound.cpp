@@ -2,6 +2,8 @@
 
 #include "NetSnmp.h"
 
+#include <spdlog/spdlog.h>
+
 #include <array>
 #include <string>
 #include <string_view>
@@ -102,12 +104,16 @@ void bound(netsnmp_handler_registration& registration) {
   const std::string_view name = registration.handlerName;
   auto counters = countersOf(std::string(name.substr(0, name.find('_'))));
   netsnmp_mib_handler* const handler = netsnmp_create_handler(handlerName, boundWork);
-  if (!counters || handler == nullptr) return netsnmp_handler_free(handler);
+  if (!counters || handler == nullptr) {
+    netsnmp_handler_free(handler);
+    return spdlog::error("the work of {} cannot be bounded", name);
+  }
   handler->flags |= MIB_HANDLER_AUTO_NEXT;
   handler->myvoid = counters.detach();
   handler->data_free = releaseCounters;
   if (netsnmp_inject_handler_before(&registration, handler, libraryBulkHandler) != SNMPERR_SUCCESS) {
     netsnmp_handler_free(handler);
+    spdlog::error("the work of {} cannot be bounded: no handler {}", name, libraryBulkHandler);
   }
 }
 

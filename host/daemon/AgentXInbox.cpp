@@ -5,10 +5,11 @@
 namespace host {
 
 std::span<std::uint8_t> AgentXInbox::room() {
-  octets_.resize(std::min(length_, largestMessage));
+  octets_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(length_, largestMessage)));
   const bool kept = length_ <= largestMessage;
-  const std::size_t at = kept ? received_ : gate::agentXHeaderOctets;
-  return std::span(octets_).subspan(at, std::min(length_ - received_, octets_.size() - at));
+  const std::size_t at = kept ? static_cast<std::size_t>(received_) : gate::agentXHeaderOctets;
+  const auto missing = static_cast<std::size_t>(std::min<std::uint64_t>(length_ - received_, octets_.size() - at));
+  return std::span(octets_).subspan(at, missing);
 }
 
 void AgentXInbox::received(std::size_t count) {

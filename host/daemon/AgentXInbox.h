@@ -24,16 +24,16 @@ class AgentXInbox {
 
   bool whole() const noexcept { return received_ >= gate::agentXHeaderOctets && received_ == length_; }
   /// In octets, by its header; those of a header as long as that is not there.
-  std::size_t length() const noexcept { return length_; }
+  std::uint64_t length() const noexcept { return length_; }
   /// REQUIRES whole().
   gate::AgentXHeader header() const noexcept;
   /// REQUIRES whole() and length() <= largestMessage.
-  std::span<const std::uint8_t> message() const noexcept { return {octets_.data(), length_}; }
+  std::span<const std::uint8_t> message() const noexcept { return {octets_.data(), static_cast<std::size_t>(length_)}; }
 
  private:
   std::vector<std::uint8_t> octets_;
-  std::size_t received_ = 0;
-  std::size_t length_ = gate::agentXHeaderOctets;
+  std::uint64_t received_ = 0;
+  std::uint64_t length_ = gate::agentXHeaderOctets;
 };
 
 }  // namespace host

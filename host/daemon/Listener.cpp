@@ -46,12 +46,14 @@ const char* reasonOf(SnmpVerdict verdict) {
   }
 }
 
-bool passes(SnmpVerdict verdict) {
+bool passes(SnmpVerdict verdict, const char* reason) {
   if (verdict == SnmpVerdict::passes) return true;
   snmp_increment_statistic(statisticOf(verdict));
-  log::repeatable(spdlog::level::warn, reasonOf(verdict));
+  log::repeatable(spdlog::level::warn, reason);
   return false;
 }
+
+bool passes(SnmpVerdict verdict) { return passes(verdict, reasonOf(verdict)); }
 
 // What the library calls: only exhausted memory could throw there, and ends the process.
 
@@ -77,13 +79,17 @@ int answer(int operation, netsnmp_session* session, int requestId, netsnmp_pdu* 
   return handle_snmp_packet(operation, session, requestId, pdu, magic);
 }
 
+constexpr char otherKey[] =
+    "an encrypted message is dropped: it is no request when it is deciphered, perhaps by another privacy passphrase";
+
 // Of USM (RFC 3414). The library parses on where something is wrong, and must not with what came out of the cipher.
 SecmodInMsg* decipher = nullptr;
 
 int decipherAndJudge(snmp_secmod_incoming_params* message) noexcept {
   const int result = decipher(message);
   if (message->secLevel != SNMP_SEC_LEVEL_AUTHPRIV) return result;
-  if (result == SNMPERR_SUCCESS && passes(gate::judgeDeciphered({*message->scopedPdu, *message->scopedPduLen}))) {
+  if (result == SNMPERR_SUCCESS &&
+      passes(gate::judgeDeciphered({*message->scopedPdu, *message->scopedPduLen}), otherKey)) {
     return result;
   }
   *message->scopedPdu = nullptr;

@@ -98,8 +98,9 @@ AgentXHeader headerOf(const unsigned char* message) {
 // 0 where there is none that may pass.
 std::size_t receiveWhole(int socket, unsigned char* bytes, std::size_t size) {
   if (size < agentXHeaderOctets || !receiveAll(socket, bytes, agentXHeaderOctets)) return 0;
-  const std::size_t length = agentXLength(headerOf(bytes));
-  if (length > size || !receiveAll(socket, bytes + agentXHeaderOctets, length - agentXHeaderOctets)) return 0;
+  const std::uint64_t announced = agentXLength(headerOf(bytes));
+  const auto length = static_cast<std::size_t>(announced);
+  if (announced > size || !receiveAll(socket, bytes + agentXHeaderOctets, length - agentXHeaderOctets)) return 0;
   return gate::isAgentXMessage({bytes, length}) ? length : 0;
 }
 
@@ -111,25 +112,6 @@ int receiveNothingYet(netsnmp_transport& transport) {
 // The library only looks at the number, and would take a request of the master's for the answer.
 bool passesForAnswer(const AgentXHeader& header) {
   return !isAgentXResponse(header) && agentXPacketId(header) == agentXPacketId(handshake->asked);
-}
-
-int receiveInHandshake(netsnmp_transport& transport, unsigned char* bytes, std::size_t size) {
-  if (!connection.broken) {
-    const std::size_t length = receiveWhole(transport.sock, bytes, size);
-    if (length > 0 && !passesForAnswer(headerOf(bytes))) return static_cast<int>(length);
-    breakOff(transport.sock);
-  }
-  const AgentXResponse response = agentXRefusal(handshake->asked, AgentXError::processingError);
-  std::ranges::copy(response, bytes);
-  return static_cast<int>(response.size());
-}
-
-bool tooLong(std::size_t length) {
-  if (length <= longestMessage) return false;
-  log::repeatable(spdlog::level::warn,
-                  fmt::format("the AgentX master sends a message of {} bytes, {} are taken: the connection is closed",
-                              length, longestMessage));
-  return true;
 }
 
 void refuse(int socket, const AgentXHeader& header, AgentXError error, std::uint8_t index = 0) {
@@ -148,6 +130,28 @@ bool answeredHere(int socket, const AgentXHeader& header) {
     case agentXCleanupSetType: return true;  // which is not answered: RFC 2741, 7.2.4.4
     default: return false;
   }
+}
+
+int receiveInHandshake(netsnmp_transport& transport, unsigned char* bytes, std::size_t size) {
+  while (!connection.broken) {
+    const std::size_t length = receiveWhole(transport.sock, bytes, size);
+    if (length > 0 && !passesForAnswer(headerOf(bytes))) {
+      if (answeredHere(transport.sock, headerOf(bytes))) continue;
+      return static_cast<int>(length);
+    }
+    breakOff(transport.sock);
+  }
+  const AgentXResponse response = agentXRefusal(handshake->asked, AgentXError::processingError);
+  std::ranges::copy(response, bytes);
+  return static_cast<int>(response.size());
+}
+
+bool tooLong(std::uint64_t length) {
+  if (length <= longestMessage) return false;
+  log::repeatable(spdlog::level::warn,
+                  fmt::format("the AgentX master sends a message of {} bytes, {} are taken: the connection is closed",
+                              length, longestMessage));
+  return true;
 }
 
 // Takes a whole message to the library, or away from it.

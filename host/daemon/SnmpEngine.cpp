@@ -33,6 +33,7 @@ namespace {
 
 constexpr char applicationName[] = "ptpsnmpd";
 constexpr char defaultAddress[] = "udp:127.0.0.1:1161";
+constexpr int mostBulkVarbinds = 3000;  // as many cells as a datagram has room for
 // Who may read, and what the device is, a sub-agent leaves to its master. One file serves for both ways.
 constexpr const char* mastersDirectives[] = {
     "access",       "authaccess",  "authcommunity", "authgroup",    "authuser", "createUser",
@@ -126,6 +127,30 @@ void requireReadableConfiguration(const std::string& configFile) {
 
 bool isNone(const std::string& address) { return strncasecmp(address.c_str(), "none", 4) == 0; }
 
+// What notifications are sent from listens, too, for anybody, and an inform waits for its answer.
+constexpr const char* notificationDirectives[] = {"trapsink", "trap2sink", "informsink", "trapsess"};
+
+void refuseDirective(const char* directive, char*) noexcept {
+  spdlog::warn("configuration: {}: ptpsnmpd sends no notifications; the line is passed over", directive);
+}
+
+// Whatever the configuration says. The library answers a probe (RFC 5343) with the user's key, also where the probe did
+// not prove to be the user's; and makes room at once for all that a GetBulk may bring.
+void imposeLimits() {
+  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_NO_DISCOVERY, 1);
+  const int most = netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_MAX_GETBULKRESPONSES);
+  if (most < 0 || most > mostBulkVarbinds) {
+    netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_MAX_GETBULKRESPONSES, mostBulkVarbinds);
+  }
+}
+
+// The library refuses in the place of objects of its own that could be set, such as sysContact.
+void refuseSets() {
+  for (netsnmp_subtree* each = netsnmp_subtree_find_first(""); each != nullptr; each = each->next) {
+    if (each->reginfo != nullptr) each->reginfo->modes &= ~HANDLER_CAN_SET_ONLY;
+  }
+}
+
 // Their messages would be parsed without a gate before.
 void refuseSubAgents() {
   if (netsnmp_ds_get_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_MASTER) != 1) return;
@@ -158,12 +183,16 @@ SnmpEngine::SnmpEngine(const SnmpEngineOptions& options)
     init_snmpEngine();
   }
   netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_APPTYPE, applicationName);
+  for (const char* directive : notificationDirectives) {
+    register_app_config_handler(directive, isSubAgent_ ? ignore : refuseDirective, nullptr, nullptr);
+  }
   directives_.emplace();
   if (!options_.configFile.empty()) {
     netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG, options_.configFile.c_str());
   }
   if (!isSubAgent_) identity_.emplace();
   init_snmp(applicationName);
+  imposeLimits();
   if (!isSubAgent_) configureMaster();
 }
 
@@ -193,6 +222,7 @@ void SnmpEngine::rereadConfiguration() {
   // The directive adds to what is there.
   netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS, nullptr);
   update_config();
+  imposeLimits();
   const std::string before = std::exchange(configuredAddresses_, addressesOfTheFiles());
   if (!isSubAgent_ && options_.listen.empty() && before != configuredAddresses_) {
     spdlog::warn("agentAddress has changed, which takes a restart; serving on {} until then",
@@ -203,6 +233,7 @@ void SnmpEngine::rereadConfiguration() {
 void SnmpEngine::listen() {
   if (isSubAgent_) return;
   identity_->tell();
+  refuseSets();
   for (const std::string& address : addresses_) {
     if (isNone(address)) break;  // as the library does
     listenOn(address);

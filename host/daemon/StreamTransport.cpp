@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <limits>
 #include <list>
 #include <map>
@@ -19,6 +20,7 @@
 #include <utility>
 
 #include "RepeatableLog.h"
+#include "gate/SnmpFraming.h"
 
 namespace host {
 namespace {
@@ -29,6 +31,10 @@ constexpr int sendBufferBytes = 1 << 18;
 constexpr std::size_t largestAnswer = 1 << 17;  // which the buffer has room for, with what the kernel adds
 constexpr int receivedAtOnce = 1500;            // what a datagram would bring
 constexpr int mostUnanswered = 1 << 17;         // twice the largest message
+
+using Clock = std::chrono::steady_clock;
+
+constexpr auto longAnswer = std::chrono::milliseconds(5);
 
 struct ListenerFunctions {
   int (*accept)(netsnmp_transport*);
@@ -41,8 +47,16 @@ std::map<const oid*, ListenerFunctions> libraryFunctions;
 
 int spare = -1;  // a descriptor in reserve: see makeRoom
 std::size_t keptConnections = maxConnections;
-std::list<int> connections;     // the one that was sent something last comes last
-std::map<int, int> unanswered;  // bytes that a connection brought since it was last sent something
+std::list<int> connections;  // the one that was sent something last comes last
+
+struct Stream {
+  int unanswered = 0;  // octets that it brought since it was last sent something
+  gate::SnmpFraming framing;
+  Clock::time_point received{};   // the message that is being answered
+  Clock::time_point restUntil{};  // it is not read before
+};
+std::map<int, Stream> streams;  // by descriptor
+Clock::time_point allRestUntil{};
 
 // The library learns of it as of any end of a connection, when it reads next. So what else the peer has asked is not
 // complained of, answer by answer.
@@ -65,8 +79,19 @@ void moveLast(int connection) {
   if (place != connections.end()) connections.splice(connections.end(), connections, place);
 }
 
+// After a message that took long, datagrams have as much time, and each other connection, too.
+void rest(Stream& stream) {
+  const Clock::time_point now = Clock::now();
+  const Clock::duration took = now - stream.received;
+  if (took < longAnswer) return;
+  allRestUntil = now + took;
+  stream.restUntil = now + took * connections.size();
+}
+
 int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void**, int*) noexcept {
-  unanswered[transport->sock] = 0;
+  Stream& stream = streams[transport->sock];
+  stream.unanswered = 0;
+  rest(stream);
   moveLast(transport->sock);
   if (send(transport->sock, message, static_cast<std::size_t>(size), MSG_DONTWAIT | MSG_NOSIGNAL) == size) return size;
   log::repeatable(spdlog::level::warn, "a peer does not read what it is sent, or has gone: its connection is closed");
@@ -74,19 +99,27 @@ int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void
   return size;
 }
 
+int receiveNothingYet(netsnmp_transport& transport) {
+  transport.flags |= NETSNMP_TRANSPORT_FLAG_EMPTY_PKT;  // else it would be the end
+  return 0;
+}
+
 // The library answers all that it received before it turns to anybody else, and keeps what it received of a message of
-// any length that its header announces, up to 2 GiB.
+// any length that its header announces, up to 2 GiB. So it gets one message at a time, or a part of it.
 int receiveSome(netsnmp_transport* transport, void* message, int size, void** opaque, int* opaqueLength) noexcept {
   // Of a Unix socket the library loses memory where there is an error, which looking takes away.
-  char first = 0;
-  if (recv(transport->sock, &first, 1, MSG_PEEK | MSG_DONTWAIT) < 0) {
-    if (errno != EAGAIN && errno != EINTR) return -1;
-    transport->flags |= NETSNMP_TRANSPORT_FLAG_EMPTY_PKT;  // else it would be the end
-    return 0;
-  }
+  Stream& stream = streams[transport->sock];
+  if (Clock::now() < std::max(allRestUntil, stream.restUntil)) return receiveNothingYet(*transport);
+  auto* const octets = static_cast<std::uint8_t*>(message);
+  const auto most = static_cast<std::size_t>(std::min(size, receivedAtOnce));
+  const ssize_t seen = recv(transport->sock, octets, most, MSG_PEEK | MSG_DONTWAIT);
+  if (seen < 0) return errno == EAGAIN || errno == EINTR ? receiveNothingYet(*transport) : -1;
+  if (seen == 0) return 0;
+  const std::size_t taken = stream.framing.take({octets, static_cast<std::size_t>(seen)});
+  stream.received = Clock::now();
   const ListenerFunctions& library = libraryFunctions.at(transport->domain);
-  const int received = library.receive(transport, message, std::min(size, receivedAtOnce), opaque, opaqueLength);
-  if (received <= 0 || (unanswered[transport->sock] += received) <= mostUnanswered) return received;
+  const int received = library.receive(transport, message, static_cast<int>(taken), opaque, opaqueLength);
+  if (received <= 0 || (stream.unanswered += received) <= mostUnanswered) return received;
   log::repeatable(spdlog::level::warn, "a peer sends without end what calls for no answer: its connection is closed");
   abandon(*transport);
   return 0;
@@ -130,7 +163,7 @@ int acceptOne(netsnmp_transport* listener) noexcept {
   const int connection = libraryFunctions.at(listener->domain).accept(listener);
   if (connection < 0) return errno == EMFILE || errno == ENFILE ? makeRoom(listener->sock) : -1;
   keepSpace(connection);
-  unanswered[connection] = 0;
+  streams[connection] = Stream();
   connections.push_back(connection);
   if (connections.size() > keptConnections) endTheLongestSilent();
   return connection;
@@ -139,7 +172,7 @@ int acceptOne(netsnmp_transport* listener) noexcept {
 int closeConnection(netsnmp_transport* connection) noexcept {
   if (connection->sock < 0) return -1;
   std::erase(connections, connection->sock);
-  unanswered.erase(connection->sock);
+  streams.erase(connection->sock);
   return close(std::exchange(connection->sock, -1));
 }
 

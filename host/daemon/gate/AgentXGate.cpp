@@ -116,8 +116,8 @@ bool isContext(std::optional<Octets> context) noexcept {
 
 }  // namespace
 
-std::size_t agentXLength(const AgentXHeader& header) noexcept {
-  return agentXHeaderOctets + number(std::span(header).last<4>(), isNetworkOrder(header));
+std::uint64_t agentXLength(const AgentXHeader& header) noexcept {
+  return std::uint64_t{agentXHeaderOctets} + number(std::span(header).last<4>(), isNetworkOrder(header));
 }
 
 std::uint32_t agentXPacketId(const AgentXHeader& header) noexcept {

@@ -7,7 +7,7 @@ constexpr std::uint8_t integerTag = 0x02;
 constexpr std::uint8_t octetsTag = 0x04;
 constexpr std::uint8_t longForm = 0x80;       // of a length, and of an octet of a sub-identifier that is not the last
 constexpr std::size_t mostLengthOctets = 4;   // several managers write four for any length
-constexpr std::size_t mostIntegerOctets = 5;  // of 32 bits without a sign
+constexpr std::size_t mostIntegerOctets = 8;  // which some managers write for any number
 constexpr std::size_t mostSubIdentifiers = 128;
 constexpr std::uint64_t largestSubIdentifier = 0xffffffff;
 constexpr unsigned secondArcs = 80;  // the first octets hold two sub-identifiers: X.690, 8.19.4
@@ -72,7 +72,8 @@ bool isInteger(Octets contents, std::size_t octets) noexcept {
 }
 
 bool isObjectIdentifier(Octets contents) noexcept {
-  if (contents.empty() || (contents.back() & longForm) != 0) return false;
+  if (contents.empty()) return true;  // which the library takes for 0.0, as managers do that begin a walk so
+  if ((contents.back() & longForm) != 0) return false;
   std::size_t count = 1;
   std::uint64_t largest = largestSubIdentifier + secondArcs;  // of the first, which holds two
   for (const std::uint8_t* octet = contents.data(); octet != contents.data() + contents.size(); ++octet) {

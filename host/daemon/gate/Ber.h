@@ -39,7 +39,8 @@ std::optional<std::size_t> berLength(Octets beginning) noexcept;
 /// Whether the contents of an INTEGER, signed, fit into so many octets without those that say nothing.
 bool isInteger(Octets contents, std::size_t octets) noexcept;
 
-/// Whether these are the contents of an OBJECT IDENTIFIER of at most 128 sub-identifiers (RFC 2578, 3.5) of 32 bits.
+/// Whether these are the contents of an OBJECT IDENTIFIER, which may be empty, of at most 128 sub-identifiers (RFC
+/// 2578, 3.5) of 32 bits.
 bool isObjectIdentifier(Octets contents) noexcept;
 
 }  // namespace host::gate

@@ -13,6 +13,7 @@ constexpr std::uint8_t sequence = 0x30;
 constexpr std::uint8_t octetString = 0x04;
 constexpr std::int64_t int32Least = std::numeric_limits<std::int32_t>::min();
 constexpr std::int64_t int32Most = std::numeric_limits<std::int32_t>::max();
+constexpr std::int64_t uint32Most = std::numeric_limits<std::uint32_t>::max();
 
 enum Version : std::uint8_t { version1 = 0, version2c = 1, version3 = 3 };
 enum Pdu : std::uint8_t { get = 0xa0, getNext = 0xa1, response = 0xa2, set = 0xa3, getBulk = 0xa5, report = 0xa8 };
@@ -50,9 +51,11 @@ bool isValue(std::uint8_t tag, Octets value) noexcept {
     case 0x41:
     case 0x42:
     case 0x43:  // Counter32, Gauge32, TimeTicks
+    case 0x47:  // UInteger32, of before SMIv2
       return isInteger(value, sizeof(std::uint32_t));
     case 0x46: return isInteger(value, sizeof(std::uint64_t));  // Counter64
-    case 0x04: return true;                                     // OCTET STRING
+    case 0x04:                                                  // OCTET STRING
+    case 0x45: return true;                                     // NsapAddress, of before SMIv2
     case 0x44: return isOpaque(value);
     case 0x06: return isObjectIdentifier(value);
     case 0x40: return value.size() == 4;  // IpAddress
@@ -75,12 +78,12 @@ bool isVarbind(Octets varbind) noexcept {
   return value && reader.atEnd() && isValue(tag, *value);
 }
 
-// RFC 3416, 3: the three numbers have the same form in each request, and so have a GetBulk's own two.
+// RFC 3416, 3: the three numbers have the same form in each request, and so have a GetBulk's own two. Some managers
+// write a request's number without a sign.
 bool isRequest(Octets pdu) noexcept {
   BerReader reader(pdu);
-  for (int number = 0; number < 3; ++number) {
-    if (!reader.takeInteger(int32Least, int32Most)) return false;
-  }
+  if (!reader.takeInteger(int32Least, uint32Most)) return false;
+  if (!reader.takeInteger(int32Least, int32Most) || !reader.takeInteger(int32Least, int32Most)) return false;
   const auto list = reader.take(sequence);
   if (!list || !reader.atEnd()) return false;
   for (BerReader varbinds(*list); !varbinds.atEnd();) {
