@@ -24,7 +24,7 @@ inline constexpr std::array<User, 4> users{{
     {"nob", SNMP_SEC_LEVEL_NOAUTH, "createUser nob", "rwuser nob noauth"},
     {"aut", SNMP_SEC_LEVEL_AUTHNOPRIV, "createUser aut SHA-256 authentication", "rwuser aut auth"},
     {"aes", SNMP_SEC_LEVEL_AUTHPRIV, "createUser aes SHA-512 authentication AES encryption", "rwuser aes priv"},
-    {"des", SNMP_SEC_LEVEL_AUTHPRIV, "createUser des SHA DES encryption", "rwuser des priv"},
+    {"des", SNMP_SEC_LEVEL_AUTHPRIV, "createUser des SHA authentication DES encryption", "rwuser des priv"},
 }};
 
 /// REQUIRES an engine that is initialised.
@@ -38,7 +38,12 @@ inline void createUsers() {
 /// Empty where the library cannot write it.
 inline test::snmp::Bytes secured(const User& user, std::int64_t maxSize, const test::snmp::Bytes& scopedPdu) {
   using namespace test::snmp;
-  const auto flags = static_cast<std::uint8_t>(4 | (user.level - 1));  // reportable; RFC 3412, 6.4
+  // RFC 3412, 6.4: what is encrypted is authenticated, too.
+  constexpr std::uint8_t authenticated = 1;
+  constexpr std::uint8_t encrypted = 2;
+  std::uint8_t flags = 4;  // reportable
+  if (user.level >= SNMP_SEC_LEVEL_AUTHNOPRIV) flags |= authenticated;
+  if (user.level == SNMP_SEC_LEVEL_AUTHPRIV) flags |= encrypted;
   Bytes global = integer(3) + tlv(sequence, integer(77) + integer(maxSize) + octets(Bytes{flags}) + integer(3));
   std::size_t engineIdLength = 0;
   u_char* const engineId = snmpv3_generate_engineID(&engineIdLength);

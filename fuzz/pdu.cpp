@@ -30,7 +30,7 @@ namespace {
 using namespace test::snmp;
 
 constexpr int largestMessage = 65507;
-constexpr unsigned long mostRows = 250;  // so little that packets exceed it
+constexpr unsigned long mostRows = 1500;  // so few that packets exceed it; enough for answers that exceed a receiver
 
 /// The wire between the agent and its one manager.
 struct Wire {
@@ -80,6 +80,7 @@ class Agent {
     host::boundWorkOfTables(mostRows);
     fuzz::require(host::serveOn(*transport), "the agent takes the transport");
     test::populateTransparentClock(device_);
+    requireUsers();
   }
 
   std::optional<Bytes> ask(Bytes request) {
@@ -94,6 +95,16 @@ class Agent {
 
  private:
   static constexpr int descriptor = 100;  // never opened: only the bit in the set counts
+
+  // Or messages of a user whom the library takes for a stranger would reach nothing.
+  void requireUsers() {
+    const Bytes inside = scopedPdu(pdu(SNMP_MSG_GETNEXT, varbind({1, 3, 6, 1, 2, 1, 241})), "");
+    for (const fuzz::User& user : fuzz::users) {
+      const u_int before = snmp_get_statistic(STAT_SNMPOUTGETRESPONSES);
+      ask(fuzz::secured(user, largestMessage, inside));
+      fuzz::require(snmp_get_statistic(STAT_SNMPOUTGETRESPONSES) == before + 1, "each user is answered");
+    }
+  }
 
   test::ServedDevice device_;
 };
