@@ -104,7 +104,7 @@ class Connections(unittest.TestCase):
                     other.send(reading(GET, [SNMP_IN_PKTS]).message)
                 other.settimeout(SILENCE)
                 (_, _, messages), = Response(other.recv(65536)).varbinds
-                self.assertLess(messages, 100)
+                self.assertLess(messages, 10)
                 answered = 0
                 while answered < MUCH * len(answer_to_one):
                     self.assertNotEqual(part := connection.recv(65536), b"", "the connection has ended")
