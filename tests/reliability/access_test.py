@@ -176,6 +176,17 @@ class Set(unittest.TestCase):
                                                 "--trace", "Snmp/off") as daemon:
             self.assert_refused(daemon, "public", {NO_ACCESS, AUTHORIZATION_ERROR})
 
+    def test_whatever_the_configuration_grants_nothing_of_the_system_can_be_set(self):
+        writable = [(1, 3, 6, 1, 2, 1, 1, 4, 0), (1, 3, 6, 1, 2, 1, 1, 5, 0), (1, 3, 6, 1, 2, 1, 1, 6, 0)]
+        enable_traps = (1, 3, 6, 1, 2, 1, 11, 30, 0)
+        with scratch_folder() as folder:
+            configuration = folder / "open.conf"
+            configuration.write_text("rwcommunity writers 127.0.0.1\n")
+            with Daemon(folder, "--config", configuration, "--source", "demo") as daemon, udp_socket(daemon.port) as asking:
+                for oid, tag, value in [*((oid, OCTETS, b"other") for oid in writable), (enable_traps, INTEGER, 1)]:
+                    response = ask(asking, Request(SET, [(oid, tag, value)], community="writers"), 5)
+                    self.assertEqual((response.error, response.error_index), (NOT_WRITABLE, 1), oid)
+
     def test_whatever_the_configuration_grants_no_cell_can_be_set(self):
         with scratch_folder() as folder:
             configuration = folder / "open.conf"

@@ -18,7 +18,7 @@ from pathlib import Path
 sys.path.insert(0, str(Path(__file__).parent.parent / "end_to_end"))
 
 from clock_model import PTPBASE  # noqa: E402
-from harness import Process, daemon_program, run_tests, scratch_folder  # noqa: E402
+from harness import Process, daemon_program, run_tests, scratch_folder, wait_for  # noqa: E402
 from peers_test import AGENTX_RESPONSE, NETWORK_ORDER, REGISTER, OddMaster, answer_at_once  # noqa: E402
 
 GET, GETNEXT, GETBULK, TEST_SET, COMMIT_SET, UNDO_SET, CLEANUP_SET = range(5, 12)
@@ -32,6 +32,7 @@ SANITIZED = os.environ.get("PTPSNMPD_SANITIZED") == "1"
 SILENCE = 10  # seconds
 TEST_SETS = 100_000
 AT_ONCE = 500  # of these
+TABLES = 12
 
 
 class Writer:
@@ -216,6 +217,25 @@ class HostileMaster(unittest.TestCase):
         self.talk(conversation)
         if not SANITIZED:
             self.assertLess(grown[0], 500)
+
+    def test_sets_before_an_answer_to_a_registration_cost_no_memory(self):
+        writer = Writer()
+        large = writer.message(TEST_SET, writer.varbind(PRIORITY1, OCTETS, writer.octets(b"x" * 60000)))
+        sent = []
+
+        def answer(kind, response):
+            if kind != REGISTER or sent:
+                return 0, response, True
+            sent.append(kind)
+            return 0, large * 100 + response, True
+
+        with scratch_folder() as folder, OddMaster(folder / "agentx", answer) as master, \
+                Process(folder, "ptpsnmpd", [daemon_program(), "--agentx", folder / "agentx", "--source", "demo"]) as daemon:
+            self.process = daemon
+            wait_for("all tables", lambda: master.heard.count(REGISTER) == TABLES, 60)
+            if not SANITIZED:
+                self.assertLess(self.resident_kilobytes(), 30000)
+            self.assertEqual(daemon.stop(), 0)
 
     def resident_kilobytes(self):
         status = Path(f"/proc/{self.process.process_id}/status").read_text()
