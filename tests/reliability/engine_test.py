@@ -11,7 +11,6 @@ import signal
 import socket
 import subprocess
 import sys
-import threading
 import unittest
 from pathlib import Path
 
@@ -20,6 +19,7 @@ sys.path.insert(0, str(Path(__file__).parent.parent / "end_to_end"))
 from clock_model import PTPBASE  # noqa: E402
 from harness import SKIPPED, Daemon, run_tests, scratch_folder, wait_for  # noqa: E402
 from snmp_client import LARGEST_MESSAGE, RESPONSE, element  # noqa: E402
+from udp_relay import UdpRelay  # noqa: E402
 
 PRIORITY1 = ".".join(map(str, PTPBASE)) + ".1.2.3.1.6.0.2.1"
 ENGINE_ID, ENGINE_BOOTS = "1.3.6.1.6.3.10.2.1.1.0", "1.3.6.1.6.3.10.2.1.2.0"
@@ -28,35 +28,6 @@ CONFIGURATION = ["rocommunity public 127.0.0.1", 'createUser monitor SHA "authen
 SITE = "exactEngineID 0x80001f880473697465"
 MOST_BOOTS = 2147483647
 SECONDS = 10
-
-
-class Relay:
-    """Passes datagrams between clients and a port, and keeps what clients sent."""
-
-    def __init__(self, port):
-        self.recorded = []
-        self._port, self._stop = port, threading.Event()
-
-    def __enter__(self):
-        self._clients = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-        self._clients.bind(("127.0.0.1", 0))
-        self._clients.settimeout(0.1)
-        self.port = self._clients.getsockname()[1]
-        self._thread = threading.Thread(target=self._pass)
-        self._thread.start()
-        return self
-
-    def __exit__(self, *_):
-        self._stop.set()
-        self._thread.join()
-        self._clients.close()
-
-    def _pass(self):
-        while not self._stop.is_set():
-            with contextlib.suppress(TimeoutError):
-                message, client = self._clients.recvfrom(LARGEST_MESSAGE)
-                self.recorded.append(message)
-                self._clients.sendto(sent(self._port, message), client)
 
 
 def sent(port, message):
@@ -115,9 +86,9 @@ class EngineStarts(unittest.TestCase):
 
     def recorded(self, daemon):
         """A request of the monitor, which is answered, and again at once where it is sent again."""
-        with Relay(daemon.port) as relay:
+        with UdpRelay(daemon.port) as relay:
             self.assertEqual(get(relay.port, *MONITOR).returncode, 0)
-            request = relay.recorded[-1]
+            request = relay.requests[-1]
         self.assertEqual(kind_of(sent(daemon.port, request)), RESPONSE)
         return request
 
