@@ -16,6 +16,7 @@
 #include <limits>
 #include <list>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -52,11 +53,11 @@ std::list<int> connections;  // the one that was sent something last comes last
 struct Stream {
   int unanswered = 0;  // octets that it brought since it was last sent something
   gate::SnmpFraming framing;
-  Clock::time_point received{};   // the message that is being answered
-  Clock::time_point restUntil{};  // it is not read before
+  Clock::time_point received{};                   // the message that is being answered
+  std::optional<Clock::time_point> waitsSince{};  // to be read
 };
 std::map<int, Stream> streams;  // by descriptor
-Clock::time_point allRestUntil{};
+Clock::time_point restUntil{};  // none is read before
 
 // The library learns of it as of any end of a connection, when it reads next. So what else the peer has asked is not
 // complained of, answer by answer.
@@ -79,19 +80,29 @@ void moveLast(int connection) {
   if (place != connections.end()) connections.splice(connections.end(), connections, place);
 }
 
-// After a message that took long, datagrams have as much time, and each other connection, too.
-void rest(Stream& stream) {
+// After a message that took long, datagrams have as much time.
+void restAfter(const Stream& stream) {
   const Clock::time_point now = Clock::now();
   const Clock::duration took = now - stream.received;
-  if (took < longAnswer) return;
-  allRestUntil = now + took;
-  stream.restUntil = now + took * connections.size();
+  if (took >= longAnswer) restUntil = now + took;
+}
+
+// The one that has waited longest is read first: the library would always begin with the same.
+bool isNext(Stream& stream) {
+  const Clock::time_point now = Clock::now();
+  if (!stream.waitsSince) stream.waitsSince = now;
+  const auto waitsLonger = [&](const auto& each) {
+    return each.second.waitsSince && *each.second.waitsSince < *stream.waitsSince;
+  };
+  if (now < restUntil || std::ranges::any_of(streams, waitsLonger)) return false;
+  stream.waitsSince.reset();
+  return true;
 }
 
 int sendAtOnce(netsnmp_transport* transport, const void* message, int size, void**, int*) noexcept {
   Stream& stream = streams[transport->sock];
   stream.unanswered = 0;
-  rest(stream);
+  restAfter(stream);
   moveLast(transport->sock);
   if (send(transport->sock, message, static_cast<std::size_t>(size), MSG_DONTWAIT | MSG_NOSIGNAL) == size) return size;
   log::repeatable(spdlog::level::warn, "a peer does not read what it is sent, or has gone: its connection is closed");
@@ -107,9 +118,9 @@ int receiveNothingYet(netsnmp_transport& transport) {
 // The library answers all that it received before it turns to anybody else, and keeps what it received of a message of
 // any length that its header announces, up to 2 GiB. So it gets one message at a time, or a part of it.
 int receiveSome(netsnmp_transport* transport, void* message, int size, void** opaque, int* opaqueLength) noexcept {
-  // Of a Unix socket the library loses memory where there is an error, which looking takes away.
   Stream& stream = streams[transport->sock];
-  if (Clock::now() < std::max(allRestUntil, stream.restUntil)) return receiveNothingYet(*transport);
+  if (!isNext(stream)) return receiveNothingYet(*transport);
+  // Of a Unix socket the library loses memory where there is an error, which looking takes away.
   auto* const octets = static_cast<std::uint8_t*>(message);
   const auto most = static_cast<std::size_t>(std::min(size, receivedAtOnce));
   const ssize_t seen = recv(transport->sock, octets, most, MSG_PEEK | MSG_DONTWAIT);
