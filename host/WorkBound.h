@@ -7,7 +7,7 @@ namespace host {
 
 /// A message is served until it has cost as much as this: some 0.1 s of CPU. Its first name is always served.
 inline constexpr unsigned long mostRowsPerMessage = 1'000'000;  ///< that are walked over
-inline constexpr unsigned long rowsPerCell = 25;                ///< that cost as much as a cell which is tried
+inline constexpr unsigned long rowsPerCell = 50;                ///< that cost as much as a cell which is tried
 
 /// Bounds the work that one SNMP message causes in the tables of PTPBASE-MIB which are registered now, until they are
 /// unregistered. A message that asks for more gets tooBig; an answer to a GetBulk ends there, as if there were no room
