@@ -12,7 +12,7 @@
 #include "WorkBound.h"
 #include "gate/AgentXGate.h"
 
-// Of the library, which declares them in its private headers.
+// The library declares these in its private headers.
 extern "C" {
 int agentx_parse(netsnmp_session*, netsnmp_pdu*, u_char*, size_t);
 int agentx_realloc_build(netsnmp_session*, netsnmp_pdu*, u_char**, size_t*, size_t*);

@@ -8,7 +8,7 @@
 
 #include "Fuzzer.h"
 
-// Of the library, which declares it in its private headers.
+// The library declares this in its private headers.
 extern "C" int agentx_parse(netsnmp_session* session, netsnmp_pdu* pdu, u_char* data, size_t length);
 
 namespace {

@@ -21,7 +21,7 @@
 #include "Version3.h"
 #include "WorkBound.h"
 
-// Of the library, which declares it in its private headers.
+// The library declares this in its private headers.
 extern "C" u_char* snmp_comstr_parse(u_char* data, size_t* length, u_char* community, size_t* communityLength,
                                      long* version);
 
@@ -209,7 +209,7 @@ struct Version3Packet {
   std::size_t maxSize;  ///< of an answer to it
 };
 
-// What is encrypted can be wrong, too.
+// The encrypted part can be wrong, too.
 Version3Packet drawVersion3Packet(fuzz::ByteSource& input) {
   const fuzz::User& user = fuzz::users[input.below(fuzz::users.size())];
   const std::size_t maxSize = input.oneIn(4) ? largestMessage : 484 + input.number<std::uint16_t>() % 1024;

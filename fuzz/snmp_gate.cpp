@@ -7,7 +7,7 @@
 
 #include "Fuzzer.h"
 
-// Of the library, which declares it in its private headers.
+// The library declares this in its private headers.
 extern "C" u_char* snmp_comstr_parse(u_char* data, size_t* length, u_char* community, size_t* communityLength,
                                      long* version);
 
@@ -24,7 +24,7 @@ bool libraryParsesPdu(u_char* data, std::size_t length) {
   return parsed;
 }
 
-// Of the versions with a community, in place, as the library does it.
+// Parses a message with a community in place, as the library does.
 bool libraryParses(Bytes message) {
   u_char community[256];
   std::size_t communityLength = sizeof community;

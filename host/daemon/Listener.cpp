@@ -82,7 +82,8 @@ int answer(int operation, netsnmp_session* session, int requestId, netsnmp_pdu* 
 constexpr char otherKey[] =
     "an encrypted message is dropped: it is no request when it is deciphered, perhaps by another privacy passphrase";
 
-// Of USM (RFC 3414). The library parses on where something is wrong, and must not with what came out of the cipher.
+// This is USM's own function (RFC 3414). The library parses on where something is wrong, and must not with what came
+// out of the cipher.
 SecmodInMsg* decipher = nullptr;
 
 int decipherAndJudge(snmp_secmod_incoming_params* message) noexcept {
