@@ -9,8 +9,8 @@ namespace host {
 /// snmpEngineBoots ends here (RFC 3414, 2.2.1): an engine that has it accepts no authenticated request.
 constexpr std::uint32_t mostEngineBoots = 2147483647;
 
-/// What managers tell one start of an SNMPv3 engine from another by (RFC 3411, 3.1.1.1 and RFC 3414, 2.2). What was
-/// recorded of one start is accepted by none of another pair.
+/// Managers tell one start of an SNMPv3 engine from another by this pair (RFC 3411, 3.1.1.1 and RFC 3414, 2.2). What
+/// was recorded of one start is accepted by none of another pair.
 struct EngineStart {
   std::string id;       ///< snmpEngineID, the octets themselves
   std::uint32_t boots;  ///< snmpEngineBoots

@@ -127,7 +127,7 @@ void requireReadableConfiguration(const std::string& configFile) {
 
 bool isNone(const std::string& address) { return strncasecmp(address.c_str(), "none", 4) == 0; }
 
-// What notifications are sent from listens, too, for anybody, and an inform waits for its answer.
+// The sockets that notifications are sent from receive, too, from anybody, and an inform waits for its answer.
 constexpr const char* notificationDirectives[] = {"trapsink", "trap2sink", "informsink", "trapsess"};
 
 void refuseDirective(const char* directive, char*) noexcept {

@@ -25,7 +25,7 @@ using AgentXResponse = std::array<std::uint8_t, agentXHeaderOctets + 8>;
 /// The errors of a response (RFC 2741, 6.2.16) that are given in the engine's place.
 enum class AgentXError : std::uint16_t { tooBig = 1, notWritable = 17, parseError = 266, processingError = 268 };
 
-/// Of the whole message, in octets, by its header.
+/// The length of the whole message, in octets, by its header.
 std::uint64_t agentXLength(const AgentXHeader& header) noexcept;
 std::uint32_t agentXPacketId(const AgentXHeader& header) noexcept;
 inline bool isAgentXResponse(const AgentXHeader& header) noexcept { return header[1] == agentXResponseType; }

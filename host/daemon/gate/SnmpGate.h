@@ -7,7 +7,7 @@ namespace host::gate {
 /// The largest message that is looked at, and that the SNMP library has room for.
 inline constexpr std::size_t largestSnmpMessage = 65536;
 
-/// What becomes of a message.
+/// The outcome for a message.
 enum class SnmpVerdict {
   passes,
   badVersion,            ///< none of SNMPv1, v2c and v3: snmpInBadVersions
