@@ -36,7 +36,7 @@ class PacedText {
   using pointer = const char*;
   using reference = const char&;
 
-  /// What all copies of an iterator share.
+  /// All copies of an iterator share this.
   struct Progress {
     Pacer& pacer;
     std::size_t sinceToken = 0;  ///< bytes since the last name, text or number

@@ -32,7 +32,7 @@ class Pacer {
   std::size_t left_ = portion;
 };
 
-/// What it takes to make, find or destroy a node of a tree.
+/// The work that it takes to make, find or destroy a node of a tree.
 inline constexpr std::size_t nodeWork = 20;
 
 /// Work that is done at once.

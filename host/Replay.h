@@ -28,7 +28,7 @@ class Replay {
   /// due, as another run of a PTP service; its counters go on rising.
   Replay(std::string name, std::unique_ptr<std::istream> text, Repeat repeat);
 
-  /// Whether the next line is still to be read, as at first and after each step.
+  /// Tells whether the next line is still to be read, as at first and after each step.
   bool isReading() const noexcept { return reading_.isRunning(); }
   /// Reads on, until the next line is known or `enough` holds, which is asked after each 40 µs or so.
   void read(const Enough& enough);

@@ -11,7 +11,7 @@ namespace host {
 class SlicedTask final : private Pacer {
  public:
   using Work = std::function<void(Pacer&)>;
-  /// Whether a slice is over.
+  /// Tells whether a slice is over.
   using Enough = std::function<bool()>;
 
   explicit SlicedTask(Work work);

@@ -17,7 +17,7 @@ class AgentXInbox {
 
   /// Where the next octets of this message, and of no other, are to be put. REQUIRES !whole().
   std::span<std::uint8_t> room();
-  /// So many octets were put there.
+  /// Takes as received the octets that were put there.
   void received(std::size_t count);
   /// Begins with the next message.
   void clear();

@@ -67,7 +67,7 @@ void EngineIdentity::tell() {
   for (const std::string& notice : std::exchange(engine_.notices, {})) spdlog::warn("{}", notice);
 }
 
-// What the library calls: only exhausted memory could throw there, and ends the process.
+// The library calls the functions below: only exhausted memory could throw there, and ends the process.
 
 // Runs ahead of the library's own callback, which would make up an ID. Only the start reads the directives of this
 // kind.

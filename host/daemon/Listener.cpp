@@ -55,7 +55,7 @@ bool passes(SnmpVerdict verdict, const char* reason) {
 
 bool passes(SnmpVerdict verdict) { return passes(verdict, reasonOf(verdict)); }
 
-// What the library calls: only exhausted memory could throw there, and ends the process.
+// The library calls the functions below: only exhausted memory could throw there, and ends the process.
 
 int parse(netsnmp_session* session, netsnmp_pdu* pdu, u_char* message, std::size_t length) noexcept {
   if (!passes(gate::judgeSnmpMessage({message, length}))) return SNMPERR_ASN_PARSE_ERR;

@@ -13,7 +13,7 @@ namespace host {
 /// these.
 void listenOn(const std::string& address);
 
-/// Whether the gate stands before this transport, and why an address of another one is refused.
+/// Tells whether the gate stands before this transport. The text says why an address of another one is refused.
 bool isServed(const netsnmp_transport_s& transport);
 inline constexpr char servedTransports[] = "only udp, udp6, tcp, tcp6 and unix are served";
 

@@ -193,7 +193,7 @@ std::optional<AgentXResponse> refusalInstead(const unsigned char* bytes, std::si
   return agentXRefusal(header, AgentXError::tooBig);
 }
 
-// What the library calls: only exhausted memory could throw there, and ends the process.
+// The library calls the functions below: only exhausted memory could throw there, and ends the process.
 
 // What cannot be sent after the handshake is not complained of, answer by answer: the library learns of the end when it
 // reads next.

@@ -63,7 +63,7 @@ Clock::time_point restUntil{};  // none is read before
 // complained of, answer by answer.
 void end(int connection) { shutdown(connection, SHUT_RDWR); }
 
-// What the library calls: only exhausted memory could throw there, and ends the process.
+// The library calls the functions below: only exhausted memory could throw there, and ends the process.
 
 int receiveNothing(netsnmp_transport*, void*, int, void**, int*) noexcept { return 0; }
 

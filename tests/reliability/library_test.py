@@ -29,6 +29,7 @@ ENGINE_ID = (1, 3, 6, 1, 6, 3, 10, 2, 1, 1, 0)
 LOCAL_ENGINE = b"\x80\0\0\0\6"  # which a probe asks for (RFC 5343)
 AUTHENTICATED, USER_BASED, LARGEST = b"\5", 3, 65507
 PORTS, MESSAGES, CONNECTIONS, ASKED = (2000 if SANITIZED else 20000), 400, 3, 5
+LONG_CONNECTIONS, LONG_MESSAGES = 8, 10
 SILENCE = 60  # seconds
 
 
@@ -89,29 +90,47 @@ class Library(unittest.TestCase):
             for directive in ("trap2sink", "trapsess", "informsink"):
                 self.assertIn(f"configuration: {directive}: ptpsnmpd sends no notifications", daemon.output())
 
-    def test_costly_messages_over_streams_leave_datagrams_their_turns(self):
-        """Each names a row that is not there, for which the library walks over the table; dozens come in one packet."""
+    @contextlib.contextmanager
+    def streams(self, count, names, messages):
+        """With so many connections, each of which has asked for rows that are not there: the connections, and what asks
+        over UDP for one that is. For each such name the library walks over the table."""
         with scratch_folder() as folder, contextlib.ExitStack() as stack:
             replay_file.write(folder / "status.jsonl", PORTS)
-            port = socket.create_server(("127.0.0.1", 0))
-            tcp = port.getsockname()[1]
-            port.close()
+            with socket.create_server(("127.0.0.1", 0)) as free:
+                tcp = free.getsockname()[1]
             daemon = stack.enter_context(configured(source=f"replay:{folder / 'status.jsonl'}",
                                                     arguments=("--listen", f"tcp:127.0.0.1:{tcp}")))
-            there = reading(GET, [(*PTPBASE, 1, 2, 9, 1, 6, 0, 2, 1, PORTS)])
             client = stack.enter_context(udp_socket(daemon.port))
+            there = reading(GET, [(*PTPBASE, 1, 2, 9, 1, 6, 0, 2, 1, PORTS)])
             wait_for("all rows", lambda: ask(client, there, SILENCE).varbinds[0][2])
-            costly = reading(GET, [(*PTPBASE, 1, 2, 9, 1, 6, 0, 2, 1, PORTS + 10)]).message
-            streams = [stack.enter_context(socket.create_connection(("127.0.0.1", tcp))) for _ in range(CONNECTIONS)]
+            absent = reading(GET, [(*PTPBASE, 1, 2, 9, 1, 6, 0, 2, 1, PORTS + 10 + row) for row in range(names)])
+            streams = [stack.enter_context(socket.create_connection(("127.0.0.1", tcp))) for _ in range(count)]
             for stream in streams:
-                stream.sendall(costly * MESSAGES)
+                stream.sendall(absent.message * messages)
+            yield streams, lambda: ask(client, there, SILENCE)
+
+    def test_costly_messages_over_streams_leave_datagrams_their_turns(self):
+        """Dozens of them come in one packet."""
+        with self.streams(CONNECTIONS, 1, MESSAGES) as (streams, ask_over_udp):
             for _ in range(ASKED):
-                self.assertIsNotNone(ask(client, there, SILENCE))
-            answered = sum(self.answers(stream) for stream in streams)
-            self.assertLess(answered, CONNECTIONS * MESSAGES / 6)
+                self.assertIsNotNone(ask_over_udp())
+            self.assertLess(sum(self.answers(stream) for stream in streams), CONNECTIONS * MESSAGES / 6)
+
+    def test_after_a_message_that_took_long_datagrams_are_next_and_then_who_has_waited_longest(self):
+        with self.streams(LONG_CONNECTIONS, 20, LONG_MESSAGES) as (streams, ask_over_udp):
+            for _ in range(ASKED):
+                self.assertIsNotNone(ask_over_udp())
+            served = [self.answers(stream) for stream in streams]
+            self.assertLess(sum(served), ASKED * LONG_CONNECTIONS / 2)
+
+            def some_rounds():
+                served[:] = [before + self.answers(stream) for before, stream in zip(served, streams)]
+                return sum(served) >= 4 * LONG_CONNECTIONS
+            wait_for("some rounds", some_rounds)
+            self.assertLessEqual(max(served) - min(served), 2, served)
 
     def answers(self, stream):
-        """That have come so far."""
+        """That have come since it was last asked."""
         stream.setblocking(False)
         received = b""
         with contextlib.suppress(BlockingIOError):
